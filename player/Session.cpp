@@ -1,0 +1,209 @@
+#include "Session.h"
+
+#include "Text.h"
+
+#include <poll.h>
+
+namespace avr { namespace player {
+
+namespace {
+
+constexpr double kSeekStep = 10;     ///< seconds
+constexpr double kPreviousUntil = 3; ///< seconds
+constexpr int kDrainPoll = 20;       ///< ms; the output does not tell when it has played everything
+constexpr int kOpeningPoll = 500;    ///< ms; an opening that takes longer is shown
+constexpr int kUntilSomethingHappens = -1;
+
+} // namespace
+
+Session::Session(Source const& source, Stage const& stage)
+    : m_source(source), m_stage(stage), m_track(source, &stage.device, stage.log, stage.wakeup)
+{}
+
+TrackEnd Session::run()
+{
+    if (m_stage.log)
+        m_stage.log->begin(m_source.path);
+    if (!m_track.open())
+        fail("the decoder cannot be started; try again");
+    takeKeys();
+    while (!m_end) {
+        wait();
+        takeSignals();
+        takeKeys();
+        if (!m_end)
+            onNews();
+        if (!m_end)
+            showStatus();
+    }
+    m_track.close();
+    if (m_end != TrackEnd::Played)
+        m_stage.device.stop();
+    if (m_stage.log)
+        m_stage.log->end();
+    return *m_end;
+}
+
+int Session::waitMilliseconds() const
+{
+    if (m_news.closed && !m_paused)
+        return kDrainPoll;
+    if (m_stage.display.late())
+        return int(Display::kRefresh.count());
+    if (m_paused || !m_stage.display.live())
+        return kUntilSomethingHappens;
+    return m_announced ? int(Display::kRefresh.count()) : kOpeningPoll;
+}
+
+void Session::wait()
+{
+    pollfd sources[2] = {{m_stage.wakeup.descriptor(), POLLIN, 0},
+                         {m_stage.keys.descriptor(), POLLIN, 0}};
+    if (poll(sources, 2, waitMilliseconds()) <= 0)
+        return;
+    if (sources[0].revents != 0)
+        m_stage.wakeup.clear();
+    if (sources[1].revents != 0)
+        m_stage.keys.read();
+}
+
+void Session::takeSignals()
+{
+    if (m_stage.signals.continued()) {
+        m_stage.keys.goOn();
+        m_stage.display.clearStatus(); // the shell may have written there
+    }
+    if (m_stage.signals.interrupted())
+        m_end = TrackEnd::Interrupted;
+}
+
+void Session::takeKeys()
+{
+    while (!m_end) {
+        std::optional<Key> const key = m_stage.keys.next();
+        if (!key)
+            return;
+        onKey(*key);
+    }
+}
+
+void Session::onKey(Key key)
+{
+    switch (key) {
+    case Key::Quit:
+        m_end = TrackEnd::Quit;
+        break;
+    case Key::Next:
+        m_end = TrackEnd::Next;
+        break;
+    case Key::Previous:
+        m_end =
+            m_started && m_track.elapsed() >= kPreviousUntil ? TrackEnd::Again : TrackEnd::Previous;
+        break;
+    case Key::Pause:
+        if (m_started)
+            m_track.pause(m_paused = !m_paused);
+        break;
+    case Key::Back:
+        seekBy(-kSeekStep);
+        break;
+    case Key::Forward:
+        seekBy(kSeekStep);
+        break;
+    }
+}
+
+// A run that has ended is no longer asked for anything; what the output still has goes on.
+void Session::onNews()
+{
+    m_news = m_track.news();
+    if (!m_news.error.empty())
+        return fail(m_news.error);
+    if (m_news.opened && !m_started)
+        begin();
+    if (!m_end)
+        announce();
+    if (!m_end && m_news.closed && playedOut())
+        conclude();
+}
+
+void Session::begin()
+{
+    double const start = toSeconds(m_stage.options.start);
+    double const duration = m_news.info.duration;
+    // Decoders report whole seconds: up to one more may be there.
+    if (duration > 0 && start >= duration + 1)
+        return fail("ends at " + timeText(duration) + ", before --start " + timeText(start));
+    m_started = true;
+    if (m_track.start(m_stage.options.start) != 0)
+        fail("cannot start at " + timeText(start) + ": no position can be reached in it");
+}
+
+/// Says what is played, once there is something.
+void Session::announce()
+{
+    if (m_announced || m_track.bytesDelivered() == 0)
+        return;
+    m_announced = true;
+    m_stage.display.track(m_source.path, m_news.info);
+}
+
+void Session::seekBy(double seconds)
+{
+    if (!m_started || m_news.closed)
+        return;
+    double const target = m_track.elapsed() + seconds;
+    if (seconds > 0 && m_news.info.duration > 0 && target >= m_news.info.duration)
+        m_end = TrackEnd::Next;
+    else
+        m_track.seek(toTimeSpec(target));
+}
+
+void Session::showStatus()
+{
+    using State = Status::State;
+    if (!m_stage.display.live())
+        return;
+    State const playing = m_paused ? State::Paused : State::Playing;
+    m_stage.display.status({m_started ? playing : State::Opening, m_started ? m_track.elapsed() : 0,
+                            m_news.bufferFill, m_news.info, m_news.title});
+}
+
+/// The last event only means that the decoder has finished: the output may still be playing.
+bool Session::playedOut()
+{
+    if (!m_news.opened)
+        return true;
+    if (!m_stage.device.getEofMark())
+        m_stage.device.putEofMark(true);
+    return m_stage.device.isPlaybackCompleted();
+}
+
+void Session::conclude()
+{
+    std::string const reason = fault();
+    if (!reason.empty())
+        return fail(reason);
+    m_end = TrackEnd::Played;
+}
+
+/// Why a run that is over did not play its track, or nothing.
+std::string Session::fault() const
+{
+    std::string const output = m_news.opened ? m_stage.device.failure() : std::string();
+    if (!output.empty())
+        return "the output failed: " + output;
+    if (!m_news.decodedAll)
+        return explainFailure(m_source, m_news.failure, m_news.opened);
+    if (m_track.bytesDelivered() == 0 && !m_stage.options.startGiven)
+        return "too short: there is not one whole block of audio in it";
+    return {};
+}
+
+void Session::fail(std::string const& reason)
+{
+    m_stage.display.error(m_source.path + ": " + reason);
+    m_end = TrackEnd::Failed;
+}
+
+}} // namespace avr::player

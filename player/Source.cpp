@@ -1,0 +1,146 @@
+#include "Source.h"
+
+#include "FileHead.h"
+#include "Text.h"
+
+#include "decoder/DecoderFactory.h"
+#include "decoder/IDecoderCallback.h"
+#include "mime/MimeNames.h"
+#include "platform/MimeTable.h"
+#include "stream/FileStream.h"
+
+#include <boost/make_shared.hpp>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace avr { namespace player {
+
+namespace {
+
+using Avr::Interface::IReadableStream;
+
+constexpr const char* kListHint = "avrplay --formats lists what can be played";
+
+bool isAddress(std::string const& path)
+{
+    std::size_t const end = path.find("://");
+    return end != std::string::npos && end > 0 && path.find('/') > end;
+}
+
+std::string errnoText(int number)
+{
+    std::string text = std::strerror(number);
+    text[0] = lowerCase(text.substr(0, 1))[0];
+    return text;
+}
+
+/// What keeps a file from being played whatever its format, or nothing.
+std::string fileComplaint(std::string const& path)
+{
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) {
+        int const number = errno;
+        if (isAddress(path))
+            return "network addresses are not supported yet; give a local file";
+        return errnoText(number) + (number == ENOENT ? "; check the name" : "");
+    }
+    if (S_ISDIR(status.st_mode))
+        return "a directory; name the files in it";
+    if (S_ISREG(status.st_mode) && status.st_size == 0)
+        return "the file is empty; there is nothing to play";
+    if (access(path.c_str(), R_OK) != 0)
+        return errnoText(errno) + "; check the file's permissions";
+    return {};
+}
+
+/// The format that the platform's table gives for a MIME type.
+std::string formatOfMimeType(std::string const& mimeType)
+{
+    using namespace kiv::mimetype_ex;
+    for (unsigned int i = 0; i < MimeTypeInfoSize; ++i)
+        if (mimeType == mimeinfo_list[i].mimeType)
+            return mimeinfo_list[i].format;
+    return {};
+}
+
+bool takeMimeType(Source& source, std::string const& mimeType)
+{
+    source.format = formatOfMimeType(mimeType);
+    source.decoder = Avr::Decoder::LookupFromMimeType(mimeType);
+    return source.decoder != nullptr;
+}
+
+bool chooseDecoder(Source& source, std::string& error)
+{
+    const char* const byName = host::mimeTypeFromName(source.path);
+    if (byName != nullptr && takeMimeType(source, byName))
+        return true;
+    std::string const head = readFileHead(source.path);
+    if (takeMimeType(source, host::sniffFormat(head.data(), head.size())))
+        return true;
+    std::string const known = byName != nullptr ? formatOfMimeType(byName) : source.format;
+    error = known.empty() ? "neither name nor content tells its format; name it with -f"
+                          : "the decoder for " + known + " is not built in";
+    error += std::string(" (") + kListHint + ")";
+    return false;
+}
+
+} // namespace
+
+bool Source::canSeek() const
+{
+    constexpr int kAny = IReadableStream::CanSeekByte | IReadableStream::CanSeekTime;
+    return (stream->GetCapabilities() & kAny) != 0;
+}
+
+double Source::length() const
+{
+    std::string text;
+    if (stream->GetStreamProperty(IReadableStream::ContentLength, text) < 0)
+        return 0;
+    return std::strtod(text.c_str(), nullptr);
+}
+
+bool findSource(std::string const& path, Options const& options, Source& source, std::string& error)
+{
+    source.path = path;
+    source.pcm = options.pcm;
+    error = fileComplaint(path);
+    if (!error.empty())
+        return false;
+    if (options.format.empty()) {
+        if (!chooseDecoder(source, error))
+            return false;
+    } else {
+        source.format = options.format; // main has seen to it that it is there
+        source.decoder = Avr::Decoder::LookupFromFormat(options.format);
+    }
+    WaveHead const head(source.isHeaderless() ? std::string() : readFileHead(path));
+    if (head.floatingPoint())
+        error = head.complaint();
+    source.stream = boost::make_shared<host::FileStream>(path);
+    return error.empty();
+}
+
+std::string explainFailure(Source const& source, int event, bool known)
+{
+    int const number = source.stream->GetErrorStatus();
+    if (number > 0)
+        return std::string(known ? "reading failed: " : "cannot be read: ") + errnoText(number);
+    if (known)
+        return "decoding failed before the end of the file";
+    std::string const head = readFileHead(source.path);
+    std::string const complaint = head.empty() ? std::string() : WaveHead(head).complaint();
+    if (source.format.compare(0, 3, "wav") == 0 && !complaint.empty())
+        return complaint;
+    if (event == kiv::appli::EventRunFailed)
+        return "cannot be opened";
+    return "the " + source.format + " decoder does not understand it; name another format with -f";
+}
+
+}} // namespace avr::player

@@ -1,0 +1,32 @@
+#include "StandardOutputs.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace avr { namespace player {
+
+void StandardOutputs::fillGaps()
+{
+    for (int descriptor = 0; descriptor <= STDERR_FILENO; ++descriptor)
+        if (fcntl(descriptor, F_GETFD) < 0 && open("/dev/null", O_RDWR) != descriptor)
+            _exit(1);
+}
+
+StandardOutputs::StandardOutputs(bool showLog)
+    : m_out(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)),
+      m_err(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1))
+{
+    int const log = showLog ? m_err : open("/dev/null", O_WRONLY | O_CLOEXEC);
+    dup2(log, STDOUT_FILENO);
+    dup2(log, STDERR_FILENO);
+    if (log != m_err)
+        close(log);
+}
+
+StandardOutputs::~StandardOutputs()
+{
+    close(m_out);
+    close(m_err);
+}
+
+}} // namespace avr::player

@@ -1,0 +1,90 @@
+#include "TerminalMode.h"
+
+#include <atomic>
+#include <cerrno>
+
+#include <signal.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace avr { namespace player {
+
+namespace {
+
+constexpr int kStops = SIGTSTP;
+constexpr int kCrashes[] = {SIGQUIT, SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL};
+
+termios s_original;
+std::atomic<bool> s_changed{false};
+struct sigaction s_oldActions[sizeof kCrashes / sizeof *kCrashes];
+
+bool inForeground() { return tcgetpgrp(STDIN_FILENO) == getpgrp(); }
+
+// Called in signal handlers too.
+void restore()
+{
+    if (s_changed.exchange(false))
+        tcsetattr(STDIN_FILENO, TCSANOW, &s_original);
+}
+
+void onStop(int)
+{
+    int const kept = errno;
+    restore();
+    kill(getpid(), SIGSTOP);
+    errno = kept;
+}
+
+// The former action then sees the same signal, so that a crash still is one.
+void onCrash(int signal)
+{
+    restore();
+    for (std::size_t i = 0; i < sizeof kCrashes / sizeof *kCrashes; ++i)
+        if (kCrashes[i] == signal)
+            sigaction(signal, &s_oldActions[i], nullptr);
+    raise(signal);
+}
+
+void installHandlers()
+{
+    struct sigaction action {};
+    action.sa_handler = onCrash;
+    for (std::size_t i = 0; i < sizeof kCrashes / sizeof *kCrashes; ++i)
+        sigaction(kCrashes[i], &action, &s_oldActions[i]);
+    struct sigaction old {};
+    if (sigaction(kStops, nullptr, &old) == 0 && old.sa_handler == SIG_IGN)
+        return;
+    action.sa_handler = onStop;
+    action.sa_flags = SA_RESTART;
+    sigaction(kStops, &action, nullptr);
+}
+
+} // namespace
+
+TerminalMode::TerminalMode()
+{
+    if (!isatty(STDIN_FILENO))
+        return;
+    installHandlers();
+    enterAgain();
+}
+
+TerminalMode::~TerminalMode() { restore(); }
+
+bool TerminalMode::active() const { return s_changed && inForeground(); }
+
+void TerminalMode::enterAgain()
+{
+    if (!isatty(STDIN_FILENO) || !inForeground())
+        return;
+    if (!s_changed && tcgetattr(STDIN_FILENO, &s_original) != 0)
+        return;
+    termios keys = s_original;
+    keys.c_lflag &= ~tcflag_t(ICANON | ECHO);
+    keys.c_cc[VMIN] = 0; // a read never blocks
+    keys.c_cc[VTIME] = 0;
+    s_changed = true;
+    tcsetattr(STDIN_FILENO, TCSANOW, &keys);
+}
+
+}} // namespace avr::player

@@ -1,0 +1,220 @@
+#include "Track.h"
+
+#include "Text.h"
+
+#include "decoder/PdtTrackInfo.h"
+
+#include <cstdlib>
+
+namespace avr { namespace player {
+
+namespace {
+
+using namespace kiv::appli;
+
+/// The output takes signed 8, 16, 24 and 32 bits; a decoder makes only real 8-bit PCM signed.
+bool playable(unsigned int bits, unsigned int bytesPerSample)
+{
+    return bytesPerSample == 1 ? bits == 8
+                               : bytesPerSample <= 4 && bits > 8 && bits <= 8 * bytesPerSample;
+}
+
+/// @return false when this is no format that can be played
+bool takeFormat(tWAVEFORMAT const& format, TrackInfo& info)
+{
+    info.bits = format.bitsPerSample;
+    info.pcm.rate = format.samplesPerSecond;
+    info.pcm.channels = format.channels;
+    if (format.channels == 0 || format.samplesPerSecond == 0 ||
+        format.blockAlign % format.channels != 0)
+        return false;
+    info.pcm.bytesPerSample = static_cast<std::uint16_t>(format.blockAlign / format.channels);
+    return playable(info.bits, info.pcm.bytesPerSample);
+}
+
+double bytesPerSecond(host::PcmFormat const& pcm)
+{
+    return double(pcm.rate) * double(pcm.frameBytes());
+}
+
+int setNumber(IDecoder& decoder, DecoderPropTypeBase::Value type, unsigned int number)
+{
+    std::string text = std::to_string(number);
+    return decoder.SetProperty(static_cast<int>(type), text);
+}
+
+} // namespace
+
+Track::Track(Source const& source, host::SoundDevice* device, EventLog* log, Wakeup const& wakeup)
+    : m_source(source), m_device(device), m_log(log), m_wakeup(wakeup)
+{}
+
+Track::~Track() { close(); }
+
+bool Track::open() { return m_source.decoder->Open(m_source.stream, this) == 0; }
+
+// A seek of headerless PCM goes by the format that the decoder settles when it begins to play, so
+// there the first block makes it.
+int Track::start(TimeSpec const& position)
+{
+    if (toSeconds(position) > 0) {
+        if (!m_source.canSeek())
+            return ErrorNotSupported;
+        m_firstPosition = position;
+        m_seekFirst = m_source.isHeaderless();
+        int const result = m_seekFirst ? 0 : seek(position);
+        if (result != 0)
+            return result;
+    }
+    m_source.decoder->Start(); // refused when the run has ended meanwhile; that is told by event 1
+    return 0;
+}
+
+int Track::seek(TimeSpec const& position)
+{
+    if (!m_source.canSeek())
+        return ErrorNotSupported;
+    int const result = m_source.decoder->Seek(position);
+    if (result == 0)
+        m_clock.moved();
+    return result;
+}
+
+void Track::pause(bool paused)
+{
+    m_device->pause(paused);
+    if (paused)
+        m_source.decoder->Pause(); // refused once all is decoded: then only the output pauses
+    else
+        m_source.decoder->Resume();
+}
+
+void Track::close() { m_source.decoder->Close(); }
+
+TrackNews Track::news() const
+{
+    std::lock_guard<std::mutex> const guard(m_lock);
+    return m_news;
+}
+
+double Track::elapsed() const { return m_clock.seconds(m_device->bytesTaken()); }
+
+int Track::OnSample(const void* pcm, unsigned int bytes, TimeSpec*)
+{
+    if (m_seekFirst.exchange(false)) {
+        int const result = seek(m_firstPosition);
+        if (result == 0)
+            return 0;
+        std::lock_guard<std::mutex> const guard(m_lock);
+        m_news.error = "cannot start at " + timeText(toSeconds(m_firstPosition));
+        return ErrorFailed;
+    }
+    if (m_log)
+        m_log->pcm(pcm, bytes);
+    if (!m_device)
+        return ErrorFailed;
+    bool const first = m_clock.bytesDelivered() == 0;
+    m_clock.delivered(bytes);
+    if (first)
+        m_wakeup.post(); // now it plays
+    return m_device->put(pcm, bytes);
+}
+
+int Track::OnEvent(int event, void* data, unsigned int size)
+{
+    if (m_log)
+        m_log->event(event, data, size);
+    if (event == EventStreamInfo)
+        onOpened(*static_cast<DecoderStreamInfo*>(data));
+    else if (event == EventPosition && m_device) {
+        m_device->discard();
+        m_clock.dropped(m_device->bytesTaken(), *static_cast<TimeSpec*>(data));
+    } else
+        note(event, data);
+    m_wakeup.post();
+    return 0;
+}
+
+void Track::onOpened(DecoderStreamInfo const& streamInfo)
+{
+    std::string error;
+    if (m_source.isHeaderless() && !setHeaderlessFormat())
+        error = "the decoder refuses this --pcm format";
+    TrackInfo const info = describe(streamInfo, error);
+    if (error.empty() && m_device)
+        error = prepareOutput(info);
+    std::lock_guard<std::mutex> const guard(m_lock);
+    m_news.opened = true;
+    m_news.info = info;
+    m_news.error = error;
+}
+
+void Track::note(int event, const void* data)
+{
+    std::lock_guard<std::mutex> const guard(m_lock);
+    switch (event) {
+    case EventClosed:
+        m_news.closed = true;
+        break;
+    case EventEndOfStream:
+        m_news.decodedAll = true;
+        break;
+    case EventBufferStatus:
+        m_news.bufferFill = *static_cast<const int*>(data);
+        break;
+    case EventTrackInfo: {
+        auto const& found = *static_cast<const PdtTrackInfo*>(data);
+        m_news.title = found.artist + (found.artist.empty() ? "" : " - ") + found.title;
+        break;
+    }
+    case EventRunFailed:
+    case EventOpenFailed:
+    case EventOpenFailedByStream:
+        m_news.failure = event;
+        break;
+    default:
+        break;
+    }
+}
+
+bool Track::setHeaderlessFormat()
+{
+    IDecoder& decoder = *m_source.decoder;
+    return setNumber(decoder, DecoderPropTypeBase::SampleRate, m_source.pcm.rate) == 0 &&
+           setNumber(decoder, DecoderPropTypeBase::BitsPerSample,
+                     8U * m_source.pcm.bytesPerSample) == 0 &&
+           setNumber(decoder, DecoderPropTypeBase::Channels, m_source.pcm.channels) == 0;
+}
+
+TrackInfo Track::describe(DecoderStreamInfo const& streamInfo, std::string& error) const
+{
+    TrackInfo info;
+    m_source.decoder->GetProperty(static_cast<int>(DecoderPropTypeBase::CodecName), info.codec);
+    if (m_source.isHeaderless()) { // event 2 brings the decoder's default, whatever was set
+        info.pcm = m_source.pcm;
+        info.bits = 8U * info.pcm.bytesPerSample;
+        info.bitRate = bytesPerSecond(info.pcm) * 8;
+        info.duration = m_source.length() / bytesPerSecond(info.pcm);
+        return info;
+    }
+    tWAVEFORMAT format{};
+    m_source.decoder->GetWaveFormat(format);
+    info.bitRate = streamInfo.bitRate;
+    info.duration = streamInfo.decoderWord / 1000.0;
+    if (!takeFormat(format, info))
+        error = "holds samples of " + std::to_string(info.bits) + " bits, " +
+                std::to_string(info.pcm.channels) + " channels, " + std::to_string(info.pcm.rate) +
+                " Hz; avrplay plays 8, 16, 24 and 32 bits";
+    return info;
+}
+
+std::string Track::prepareOutput(TrackInfo const& info)
+{
+    std::string error;
+    m_clock.begin(bytesPerSecond(info.pcm));
+    if (!m_device->beginRun(info.pcm, error))
+        return "the output refuses it: " + error;
+    return {};
+}
+
+}} // namespace avr::player

@@ -1,0 +1,83 @@
+#pragma once
+
+#include "EventLog.h"
+#include "PlayClock.h"
+#include "Source.h"
+#include "Wakeup.h"
+
+#include "decoder/IDecoderCallback.h"
+#include "sound/SoundDevice.h"
+
+#include <atomic>
+#include <mutex>
+#include <string>
+
+namespace avr { namespace player {
+
+/// What event 2 told, in the player's words.
+struct TrackInfo {
+    host::PcmFormat pcm;
+    unsigned int bits = 0; ///< in use, of a sample
+    std::string codec;
+    double bitRate = 0;  ///< bits per second, 0 = unknown
+    double duration = 0; ///< seconds, 0 = unknown
+};
+
+/// What a run has reported so far.
+struct TrackNews {
+    bool opened = false;     ///< event 2: info is set, and the output ready unless `error` says no
+    bool decodedAll = false; ///< event 6; the output may still have to play it
+    bool closed = false;     ///< event 1
+    int failure = 0;         ///< event 0, 11 or 12
+    int bufferFill = -1;     ///< percent; -1: never told
+    std::string error;       ///< the player itself cannot go on, one line
+    std::string title;       ///< "artist - title" found in the stream
+    TrackInfo info;
+};
+
+/// One run of one decoder. The callback's half, on the decoding thread, prepares the output, hands
+/// the PCM on and notes what happened; it wakes the main loop, which does everything else.
+class Track final : private kiv::appli::IDecoderCallback {
+public:
+    /// @param device  null: the format is all that is wanted, nothing will be played
+    /// @param log     null: no event log
+    Track(Source const& source, host::SoundDevice* device, EventLog* log, Wakeup const& wakeup);
+    /// Closes, and so outlives the run.
+    ~Track() override;
+    Track(Track const&) = delete;
+    Track& operator=(Track const&) = delete;
+
+    bool open();
+    /// After event 2. @return 0, or the result of the seek to `position`, and then nothing plays
+    int start(kiv::appli::TimeSpec const& position);
+    /// @return the decoder's answer: 0 when it has moved
+    int seek(kiv::appli::TimeSpec const& position);
+    void pause(bool paused);
+    void close();
+
+    TrackNews news() const;
+    /// Seconds from the beginning of the track to what the output takes now.
+    double elapsed() const;
+    unsigned long long bytesDelivered() const { return m_clock.bytesDelivered(); }
+
+private:
+    int OnSample(const void* pcm, unsigned int bytes, kiv::appli::TimeSpec* duration) override;
+    int OnEvent(int event, void* data, unsigned int size) override;
+    void onOpened(kiv::appli::DecoderStreamInfo const& info);
+    void note(int event, const void* data);
+    bool setHeaderlessFormat();
+    TrackInfo describe(kiv::appli::DecoderStreamInfo const& info, std::string& error) const;
+    std::string prepareOutput(TrackInfo const& info);
+
+    Source const& m_source;
+    host::SoundDevice* const m_device;
+    EventLog* const m_log;
+    Wakeup const& m_wakeup;
+    PlayClock m_clock;
+    kiv::appli::TimeSpec m_firstPosition{0, 0}; ///< set before m_seekFirst
+    std::atomic<bool> m_seekFirst{false}; ///< the first block is still to be replaced by a seek
+    mutable std::mutex m_lock;            ///< guards m_news
+    TrackNews m_news;
+};
+
+}} // namespace avr::player

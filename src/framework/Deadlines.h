@@ -1,0 +1,28 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+
+namespace Avr { namespace Decoder {
+
+/// The engine's time limits. Constants as far as the product goes; tests shorten them, before any
+/// decoder runs.
+struct Deadlines {
+    using Milliseconds = std::chrono::milliseconds;
+
+    Milliseconds joinReport{3000};    ///< Close says that the thread has not ended yet
+    Milliseconds closeAgain{50};      ///< Close closes the stream once more
+    Milliseconds pauseReport{10000};  ///< event 5 is repeated
+    Milliseconds readWait{7500};      ///< one wait for buffered data
+    Milliseconds endPoll{20};         ///< the sound device is asked again whether it has finished
+    Milliseconds retryPause{5};       ///< an unbuffered stream is asked again
+    std::size_t threadStackBytes = 0; ///< of the decoding thread; 0 = the system's default
+};
+
+inline Deadlines& deadlines()
+{
+    static Deadlines instance;
+    return instance;
+}
+
+}} // namespace Avr::Decoder

@@ -1,0 +1,187 @@
+#pragma once
+
+#include "decoder/IDecoder.h"
+#include "decoder/IDecoderCallback.h"
+#include "platform/IReadableStream.h"
+#include "platform/SoundDeviceThread.h"
+
+#include <boost/thread/condition_variable.hpp>
+#include <boost/thread/mutex.hpp>
+#include <boost/thread/recursive_mutex.hpp>
+#include <boost/thread/thread.hpp>
+
+#include <atomic>
+
+namespace Avr { namespace Decoder {
+
+/// The engine of every decoder: the state machine, the decoding thread, the pause handshake, the
+/// shutdown and the end-of-track handshake with the sound output. A decoder derives from it,
+/// implements the hooks and forwards its IDecoder operations (EngineDecoder does that).
+///
+/// No lock of the engine is held around the player's callbacks, the stream or a hook.
+/// The final class calls Close in its destructor, so that its hooks outlive the decoding thread.
+class AVR_API DecoderImple {
+public:
+    using Stream = Avr::Interface::IReadableStream;
+    using StreamPtr = boost::shared_ptr<Stream>;
+    using Callback = kiv::appli::IDecoderCallback;
+    using TimeSpec = kiv::appli::TimeSpec;
+    using tWAVEFORMAT = kiv::appli::tWAVEFORMAT;
+
+    DecoderImple();
+    virtual ~DecoderImple();
+    DecoderImple(DecoderImple const&) = delete;
+    DecoderImple& operator=(DecoderImple const&) = delete;
+
+    // For the player, through IDecoder; any thread. DecoderImple.cpp.
+    int Open(StreamPtr stream, Callback* callback);
+    int Start();
+    int Resume();
+    int Pause();
+    int Close();
+    int GetCurrentState() const { return m_state; }
+    int GetWaveFormat(tWAVEFORMAT& format) const;
+
+    // For the play loops; decoding thread. DecoderThread.cpp.
+
+    /// Between blocks: waits while the state is Paused. Always 0.
+    /// Throws boost::thread_interrupted when the run is to end meanwhile.
+    int PauseCheck();
+    /// Throws boost::thread_interrupted when the run is to end; else 0.
+    int InterruptionPoint();
+    /// One poll of the end-of-track handshake: 0 = no end mark, decode on; -10101 = played out (the
+    /// state is now EndOfStream); 1 = still playing, call again (after a 20 ms sleep).
+    int eofCommonProcess();
+    enum class Pass {
+        Decode,    ///< decode the next block
+        PlayedOut, ///< the track has been heard to its end
+        Stopped    ///< the run is to end
+    };
+    /// The head of a play loop: waits out the end of the track.
+    Pass nextPass();
+    /// Hands a block to the player, without a lock, and never between a seek and its event 10.
+    /// @return OnSample's result; -10002 for a null buffer or callback, or when closing
+    int SendOnSample(const void* pcm, unsigned int bytes, TimeSpec* duration);
+
+    // For decoders; any thread.
+
+    int InterruptRequested() const { return m_interruptRequested; }
+    int IsDecoding() const { return !isClosing() && !m_interruptRequested; }
+    /// Asks the decoding thread to end.
+    int Interrunpt();
+    /// The same, according to a play loop's result: at the end of data (-10101) it only puts the
+    /// end mark, until the sound device has completed; other failures set the state Error. Before
+    /// event 4 an end of data changes nothing; without a run nothing does.
+    int Interrunpt(long result);
+    /// What a play loop returns after an interruption: -10101 in EndOfStream, else -10002.
+    int interruptedResult() const;
+    bool GetEofMarkFromSoundDevice() { return soundDevice().getEofMark(); }
+    void PutEofMarkToSoundDevice() { soundDevice().putEofMark(true); }
+    bool isPlaybackCompletedFromSoundDevice() { return soundDevice().isPlaybackCompleted(); }
+    /// Replaces the stored stream; null changes nothing.
+    void ResetStream(StreamPtr const& stream);
+    StreamPtr currentStream() const;
+    bool hasCallback() const;
+    /// Sends one event, unless a Close is in progress or there is no callback.
+    void SendEvent(int event, void* data = nullptr, unsigned int size = 0);
+
+    /// Held around every read and seek of the input, never around a callback.
+    boost::recursive_mutex& decoderLock() { return m_decoderLock; }
+    /// How often the input was repositioned; guarded by the decoder lock.
+    unsigned int& repositions() { return m_repositions; }
+
+    /// A seek in progress: the run cannot end, and no block is delivered, while it lives.
+    class SeekScope {
+    public:
+        explicit SeekScope(DecoderImple& engine) : m_engine(engine), m_begun(engine.beginSeek()) {}
+        ~SeekScope()
+        {
+            if (m_begun)
+                m_engine.endSeek();
+        }
+        SeekScope(SeekScope const&) = delete;
+        SeekScope& operator=(SeekScope const&) = delete;
+        /// False before event 2 and once the run is ending: the seek must be refused.
+        explicit operator bool() const { return m_begun; }
+
+    private:
+        DecoderImple& m_engine;
+        bool const m_begun;
+    };
+
+protected:
+    // The hooks. They run on the decoding thread, once per run, in the order open, play, close.
+
+    /// The play loop. @return -10101 at the end of the input, a negative error, or 0
+    virtual int playThread() { return 0; }
+    /// Never called by the engine.
+    virtual int preThreadStarting() { return 0; }
+    /// Reads the format of the opened stream and fills m_streamInfo (zero on entry).
+    /// @return negative when the format cannot be read
+    virtual int openHook(StreamPtr) { return 0; }
+    /// Releases codec state; the stream is closed, no seek is running.
+    virtual void closeHook() {}
+    /// Installs a run's defaults: caller's thread, within Open, while no run is alive.
+    virtual void prepareRun() {}
+
+    boost::mutex& stateLock() const { return m_stateLock; }
+
+    /// Sent with event 2. Decoding thread only.
+    kiv::appli::DecoderStreamInfo m_streamInfo{};
+
+private:
+    /// How far the run is; the state that the player sees says less.
+    enum class Phase { Idle, Opening, Announced, Playing, Ending };
+
+    // The caller's half.
+    void closeRun();
+    void closeFromWithin();
+    void closeStream(const char* what);
+    void joinRun(boost::thread& thread);
+    bool isRunAlive() const;
+    int startRun(StreamPtr const& stream, Callback* callback);
+    bool beginSeek();
+    void endSeek();
+
+    // The thread's half.
+    void PrecessThread();
+    int PreDecoding();
+    bool openStream(Stream& stream);
+    int openFailed(Stream& stream);
+    int waitForStart();
+    void enterDecoding();
+    void PostDecoding(long result);
+    void SetCloseState();
+    bool decideEndOfStream();
+    void setState(int state);
+    Avr::Player::soundDeviceThread& soundDevice();
+
+    bool isClosing() const { return m_closeInProgress || m_closedFromWithin; }
+
+    /// Serialises Open and Close among callers; taken before every other lock.
+    boost::mutex m_openCloseLock;
+    /// Guards what follows; held for a few instructions, never while calling out.
+    mutable boost::mutex m_stateLock;
+    /// Start, Resume, Close and the end of a seek wake it. With m_stateLock.
+    boost::condition_variable m_wake;
+    boost::thread m_thread;          // guarded by m_stateLock
+    StreamPtr m_stream;              // guarded by m_stateLock
+    Callback* m_callback = nullptr;  // guarded by m_stateLock
+    tWAVEFORMAT m_waveFormat{};      // guarded by m_stateLock
+    Phase m_phase = Phase::Idle;     // guarded by m_stateLock
+    bool m_pausePending = false;     // guarded by m_stateLock
+    unsigned int m_seeksRunning = 0; // guarded by m_stateLock
+    unsigned int m_seeksBegun = 0;   // guarded by m_stateLock
+    int m_streamCapabilities = 0;    // guarded by m_stateLock
+    // Written under m_stateLock, read by anyone.
+    std::atomic<int> m_state{kiv::appli::DecoderStateBase::Closed};
+    std::atomic<bool> m_closeInProgress{false};  ///< a Close on a caller's thread
+    std::atomic<bool> m_closedFromWithin{false}; ///< a Close inside a callback, until event 1
+    std::atomic<bool> m_interruptRequested{false};
+    std::atomic<Avr::Player::soundDeviceThread*> m_soundDevice{nullptr};
+
+    boost::recursive_mutex m_decoderLock;
+    unsigned int m_repositions = 0; // guarded by m_decoderLock
+};
+
+}} // namespace Avr::Decoder

@@ -1,0 +1,33 @@
+#include "PropertyAnswer.h"
+
+#include "decoder/Result.h"
+
+namespace Avr { namespace Decoder {
+
+using namespace kiv::appli;
+
+int answerProperty(int type, tWAVEFORMAT const& format, const char* codecName, std::string& value)
+{
+    switch (type) {
+    case DecoderPropTypeBase::SampleRate:
+        value = std::to_string(format.samplesPerSecond);
+        return Ok;
+    case DecoderPropTypeBase::BitsPerSample:
+        value = std::to_string(format.bitsPerSample);
+        return Ok;
+    case DecoderPropTypeBase::Channels:
+        value = std::to_string(format.channels);
+        return Ok;
+    case DecoderPropTypeBase::CodecName:
+        value = codecName;
+        return Ok;
+    case DecoderPropTypeBase::BitRate:
+        value = std::to_string(std::uint64_t(format.averageBytesPerSecond) * 8);
+        return Ok;
+    default:
+        value.clear();
+        return ErrorFailed;
+    }
+}
+
+}} // namespace Avr::Decoder

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "decoder/DecoderProperty.h"
+#include "decoder/WaveFormat.h"
+
+#include <string>
+
+namespace Avr { namespace Decoder {
+
+/// Answers GetProperty from a format record. @return 0; -10002, and an empty text, for the
+/// reserved types and those out of range
+int answerProperty(int type, kiv::appli::tWAVEFORMAT const& format, const char* codecName,
+                   std::string& value);
+
+}} // namespace Avr::Decoder

@@ -1,0 +1,62 @@
+#include "StreamSeek.h"
+
+#include <boost/thread/lock_guard.hpp>
+
+#include <cstdio>
+
+namespace Avr { namespace Decoder {
+
+using namespace kiv::appli;
+
+namespace {
+
+/// A stream that throws has failed.
+template <class Move>
+int reposition(DecoderImple& engine, Move move)
+{
+    boost::lock_guard<boost::recursive_mutex> lock(engine.decoderLock());
+    int result = ErrorFailed;
+    try {
+        result = move();
+    } catch (boost::thread_interrupted&) {
+        throw;
+    } catch (...) {
+        return ErrorFailed;
+    }
+    if (result >= 0)
+        ++engine.repositions();
+    return result;
+}
+
+} // namespace
+
+int capabilitiesOf(Avr::Interface::IReadableStream& stream)
+{
+    try {
+        return stream.GetCapabilities();
+    } catch (...) { // a stream that throws can nothing
+        return 0;
+    }
+}
+
+int seekByte(DecoderImple& engine, Avr::Interface::IReadableStream& stream, long long offset)
+{
+    return reposition(engine, [&] { return stream.SeekByte(offset); });
+}
+
+int seekTime(DecoderImple& engine, Avr::Interface::IReadableStream& stream, double seconds)
+{
+    return reposition(engine, [&] { return stream.SeekTime(seconds); });
+}
+
+int seekBufferedByte(DecoderImple& engine, BufferStream* stream, long long offset)
+{
+    if (stream == nullptr)
+        return SeekFailed;
+    if (seekByte(engine, *stream, offset) >= 0)
+        return Ok;
+    std::fprintf(stderr, "[StreamSeek] Seek operation failed\n");
+    return SeekFailed;
+}
+
+}} // namespace Avr::Decoder

@@ -1,0 +1,224 @@
+// What every decoder keeps to, whatever its format.
+#include "BuildKind.h"
+#include "DecodersUnderTest.h"
+#include "FakeSoundDevice.h"
+#include "LogCapture.h"
+#include "RecordingCallback.h"
+#include "Samples.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <thread>
+
+using namespace avr::test;
+using namespace kiv::appli;
+using Events = std::vector<int>;
+
+namespace {
+
+class Contract : public testing::TestWithParam<DecoderUnderTest> {
+protected:
+    void open(Script script)
+    {
+        FakeSoundDevice::instance().beginRun();
+        callback.clear();
+        stream = scripted(std::move(script));
+        ASSERT_EQ(Ok, decoder->Open(stream, &callback));
+    }
+    Script sample() const
+    {
+        Script script;
+        script.data = GetParam().sample;
+        return script;
+    }
+    void playToTheEnd()
+    {
+        if (callback.waitFor(2)) {
+            decoder->Start();
+        }
+        EXPECT_TRUE(callback.waitFor(1));
+    }
+    /// Ends with exactly one event 1, which is the last.
+    void expectOneRun()
+    {
+        Events const events = callback.events();
+        ASSERT_FALSE(events.empty());
+        EXPECT_EQ(1, events.back());
+        EXPECT_EQ(1, callback.count(1));
+        smart_enum<DecoderStateBase> state;
+        decoder->GetCurrentState(state);
+        EXPECT_EQ(DecoderStateBase::Closed, state);
+        EXPECT_FALSE(stream->contractBroken());
+        EXPECT_LT(stream->IsOpened(), 0);
+    }
+
+    RecordingCallback callback;
+    boost::shared_ptr<ScriptedStream> stream;
+    std::unique_ptr<IDecoder> decoder = GetParam().make();
+};
+
+} // namespace
+
+INSTANTIATE_TEST_SUITE_P(Decoders, Contract, testing::ValuesIn(decodersUnderTest()),
+                         [](auto const& row) { return std::string(row.param.name); });
+
+TEST_P(Contract, PlaysTrackAfterTrack)
+{
+    Bytes first;
+    for (int track = 0; track < 3; ++track) {
+        open(sample());
+        playToTheEnd();
+        EXPECT_EQ((Events{2, 4, 6, 1}), callback.events());
+        expectOneRun();
+        if (track == 0)
+            first = callback.pcm();
+        EXPECT_FALSE(first.empty());
+        EXPECT_EQ(first, callback.pcm());
+    }
+}
+
+TEST_P(Contract, CloseInEveryState)
+{
+    EXPECT_EQ(Ok, decoder->Close());
+    callback.onSample = [] { return std::this_thread::yield(), 0; };
+    for (int event : {0, 2, 4, 5}) {
+        open(sample());
+        if (event >= 2) {
+            ASSERT_TRUE(callback.waitFor(2));
+        }
+        if (event >= 4) {
+            decoder->Start();
+            ASSERT_TRUE(callback.waitFor(4));
+        }
+        if (event == 5)
+            decoder->Pause();
+        EXPECT_EQ(Ok, decoder->Close());
+        EXPECT_EQ(Ok, decoder->Close());
+        expectOneRun();
+        EXPECT_EQ(0, callback.count(0)) << event;
+    }
+}
+
+TEST_P(Contract, PausedAndResumedItPlaysTheSame)
+{
+    open(sample());
+    playToTheEnd();
+    Bytes const expected = callback.pcm();
+    std::atomic<int> blocks{0};
+    callback.onSample = [&] {
+        if (++blocks % 4 == 1)
+            decoder->Pause();
+        return 0;
+    };
+    callback.onEvent = [&](int event) {
+        if (event == 5)
+            decoder->Resume();
+    };
+    open(sample());
+    playToTheEnd();
+    EXPECT_EQ(expected, callback.pcm());
+    EXPECT_GE(callback.count(5), 1);
+    EXPECT_EQ(callback.count(5) + 1, callback.count(4));
+    expectOneRun();
+}
+
+TEST_P(Contract, GarbageAndEmptyInputFailOrEndQuietly)
+{
+    for (std::size_t size : {0, 1, 100, 5000}) {
+        Script script;
+        script.data = noise(size, 99);
+        open(script);
+        if (GetParam().takesAnything)
+            playToTheEnd();
+        ASSERT_TRUE(callback.waitFor(1));
+        EXPECT_EQ(GetParam().takesAnything ? (Events{2, 4, 6, 1}) : (Events{11, 1}),
+                  callback.events());
+        expectOneRun();
+    }
+}
+
+TEST_P(Contract, NullStreamAndNullCallback)
+{
+    EXPECT_EQ(ErrorFailed, decoder->Open(nullptr, &callback));
+    EXPECT_TRUE(callback.events().empty());
+    stream = scripted(sample());
+    ASSERT_EQ(Ok, decoder->Open(stream, nullptr));
+    while (decoder->Start() != Ok)
+        std::this_thread::yield();
+    smart_enum<DecoderStateBase> state(DecoderStateBase::Decoding);
+    while (state != DecoderStateBase::Closed) {
+        decoder->GetCurrentState(state);
+        std::this_thread::yield();
+    }
+    decoder->Close();
+    int const reads = stream->reads();
+    EXPECT_EQ(GetParam().playsWithoutCallback, reads > 7) << reads;
+}
+
+TEST_P(Contract, AnswersPropertiesInEveryState)
+{
+    auto const ask = [&] {
+        std::string text = "kept?";
+        for (int type : {3, 5, 7, -1}) {
+            EXPECT_EQ(ErrorFailed, decoder->GetProperty(type, text));
+            EXPECT_EQ("", text);
+        }
+        EXPECT_EQ(Ok, decoder->GetProperty(DecoderPropTypeBase::CodecName, text));
+        EXPECT_FALSE(text.empty());
+        tWAVEFORMAT format;
+        EXPECT_EQ(Ok, decoder->GetWaveFormat(format));
+    };
+    ask();
+    callback.onEvent = [&](int) { ask(); };
+    callback.onSample = [&] { return ask(), 0; };
+    open(sample());
+    playToTheEnd();
+    ask();
+    expectOneRun();
+}
+
+TEST_P(Contract, CloseAtAThousandRandomMoments)
+{
+    LogCapture log;
+    std::mt19937 random(7);
+    int const rounds = Sanitized ? 300 : 1000;
+    for (int round = 0; round < rounds; ++round) {
+        Script script = sample();
+        script.longestRead = round % 3 == 0 ? 500 : 0;
+        script.retryBeforeEach = round % 5 == 0;
+        open(script);
+        std::thread player([&] {
+            while (callback.count(1) == 0 && decoder->Start() != Ok)
+                std::this_thread::yield();
+        });
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 3000));
+        decoder->Close();
+        player.join();
+        decoder->Close();
+        expectOneRun();
+        ASSERT_FALSE(HasFailure()) << "round " << round;
+    }
+    EXPECT_FALSE(log.has("join timeouted"));
+}
+
+TEST_P(Contract, SeeksWhilePlayingKeepEverythingInOrder)
+{
+    callback.onSample = [] { return std::this_thread::yield(), 0; };
+    Script script = sample();
+    script.longestRead = 300;
+    open(script);
+    std::thread player([&] {
+        for (std::uint32_t i = 0; callback.count(1) == 0; ++i) {
+            TimeSpec const where{0, i * 7919 % 300000000};
+            int const result = decoder->Seek(where);
+            EXPECT_TRUE(result == Ok || result == ErrorFailed) << result;
+            if (i == 200)
+                decoder->Close();
+        }
+    });
+    playToTheEnd();
+    player.join();
+    decoder->Close();
+    expectOneRun();
+}

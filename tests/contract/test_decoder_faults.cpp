@@ -1,0 +1,133 @@
+// Every decoder over every kind of bad stream.
+#include "Deadlines.h"
+#include "DecodersUnderTest.h"
+#include "FakeSoundDevice.h"
+#include "LogCapture.h"
+#include "RecordingCallback.h"
+#include "Samples.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+using namespace avr::test;
+using namespace kiv::appli;
+using Avr::Decoder::Deadlines;
+using Avr::Decoder::deadlines;
+using Fault = Script::Fault;
+
+namespace {
+
+class Faults : public testing::TestWithParam<DecoderUnderTest> {
+protected:
+    Faults() { deadlines().endPoll = std::chrono::milliseconds(1); }
+    ~Faults() override { deadlines() = Deadlines(); }
+
+    /// One run; a stream that stays dry, or stalls, is closed by the player.
+    void run(Script script)
+    {
+        bool const endless =
+            script.fault == Fault::RetryForever || script.fault == Fault::Stall;
+        FakeSoundDevice::instance().beginRun();
+        callback.clear();
+        stream = scripted(std::move(script));
+        ASSERT_EQ(Ok, decoder->Open(stream, &callback));
+        while (callback.count(1) == 0 && decoder->Start() != Ok)
+            std::this_thread::yield();
+        if (endless)
+            decoder->Close();
+        ASSERT_TRUE(callback.waitFor(1));
+        EXPECT_EQ(1, callback.count(1));
+        EXPECT_EQ(1, callback.events().back());
+        EXPECT_FALSE(stream->contractBroken());
+    }
+    Script sample() const
+    {
+        Script script;
+        script.data = GetParam().sample;
+        return script;
+    }
+
+    RecordingCallback callback;
+    boost::shared_ptr<ScriptedStream> stream;
+    std::unique_ptr<IDecoder> decoder = GetParam().make();
+};
+
+} // namespace
+
+INSTANTIATE_TEST_SUITE_P(Decoders, Faults, testing::ValuesIn(decodersUnderTest()),
+                         [](auto const& row) { return std::string(row.param.name); });
+
+TEST_P(Faults, EveryWayOfReadingGivesTheSamePcm)
+{
+    run(sample());
+    Bytes const expected = callback.pcm();
+    ASSERT_FALSE(expected.empty());
+
+    Script byteByByte = sample();
+    byteByByte.longestRead = 1;
+    Script slow = sample();
+    slow.retryBeforeEach = true;
+    Script endless = sample();
+    endless.knowsLength = false;
+    Script fixed = sample();
+    fixed.capabilities = 0;
+    Script both = byteByByte;
+    both.retryBeforeEach = true;
+    both.data.resize(8000);
+    for (Script const& script : {byteByByte, slow, endless, fixed, both}) {
+        run(script);
+        bool const whole = script.data.size() == GetParam().sample.size();
+        Bytes const pcm = callback.pcm();
+        EXPECT_EQ(1, callback.count(6));
+        ASSERT_LE(pcm.size(), expected.size());
+        if (whole) {
+            EXPECT_TRUE(pcm == expected) << pcm.size();
+        }
+    }
+}
+
+TEST_P(Faults, AFaultAtEveryRead)
+{
+    Script steps = sample();
+    steps.longestRead = 6000;
+    run(steps);
+    int const reads = stream->reads();
+    Bytes const whole = callback.pcm();
+    ASSERT_GE(reads, 2);
+    for (Fault fault : {Fault::Error, Fault::End, Fault::Throw, Fault::RetryForever, Fault::Stall}) {
+        for (int at = 0; at <= reads; ++at) {
+            Script script = steps;
+            script.fault = fault;
+            script.faultAtRead = at;
+            LogCapture log;
+            run(script);
+            Bytes const pcm = callback.pcm();
+            bool const loops = std::string(GetParam().name) == "wavtestmode";
+            if (!loops) {
+                ASSERT_LE(pcm.size(), whole.size());
+                EXPECT_TRUE(std::equal(pcm.begin(), pcm.end(), whole.begin())) << at;
+            }
+            EXPECT_FALSE(log.has("join timeouted"));
+            bool const opened = callback.count(2) == 1;
+            if (fault == Fault::Error && opened && !GetParam().takesFaultsAsEnd) {
+                EXPECT_EQ(1, callback.count(0) + callback.count(6));
+            }
+            if (fault == Fault::End && opened) {
+                EXPECT_EQ(1, callback.count(6)) << at;
+            }
+        }
+    }
+}
+
+TEST_P(Faults, DataBeforeAnErrorIsDelivered)
+{
+    Script steps = sample();
+    steps.longestRead = 10000;
+    steps.fault = Fault::Error;
+    steps.faultAtRead = 5;
+    run(steps);
+    // Five reads of 10000 bytes came; what a decoder holds back is less than two blocks.
+    EXPECT_EQ(1, callback.count(2));
+    EXPECT_GT(callback.pcm().size(), 10000u);
+}

@@ -1,0 +1,119 @@
+#include "RecordingCallback.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace avr { namespace test {
+
+using namespace kiv::appli;
+using Lock = std::unique_lock<std::mutex>;
+
+namespace {
+constexpr std::chrono::seconds Patience(20);
+}
+
+int RecordingCallback::OnSample(const void* pcm, unsigned int bytes, TimeSpec* duration)
+{
+    {
+        Lock lock(m_lock);
+        auto const* first = static_cast<const std::uint8_t*>(pcm);
+        m_pcm.insert(m_pcm.end(), first, first + bytes);
+        m_blocks.push_back(bytes);
+        m_duration = *duration;
+        m_came.notify_all();
+    }
+    return onSample ? onSample() : 0;
+}
+
+int RecordingCallback::OnEvent(int event, void* data, unsigned int size)
+{
+    {
+        Lock lock(m_lock);
+        if (event == EventBufferStatus)
+            m_fills.push_back(*static_cast<int*>(data));
+        else
+            m_events.push_back(event);
+        if (event == EventStreamInfo && size == sizeof m_info)
+            std::memcpy(&m_info, data, sizeof m_info);
+        if (event == EventPosition && size == sizeof m_position)
+            std::memcpy(&m_position, data, sizeof m_position);
+    }
+    if (onEvent)
+        onEvent(event);
+    Lock lock(m_lock);
+    m_came.notify_all();
+    return 0;
+}
+
+bool RecordingCallback::waitFor(int event)
+{
+    Lock lock(m_lock);
+    return m_came.wait_for(lock, Patience, [&] {
+        return std::count(m_events.begin(), m_events.end(), event) != 0;
+    });
+}
+
+bool RecordingCallback::waitForSample()
+{
+    Lock lock(m_lock);
+    return m_came.wait_for(lock, Patience, [&] { return !m_blocks.empty(); });
+}
+
+void RecordingCallback::clear()
+{
+    Lock lock(m_lock);
+    m_events.clear();
+    m_fills.clear();
+    m_pcm.clear();
+    m_blocks.clear();
+}
+
+std::vector<int> RecordingCallback::events() const
+{
+    Lock lock(m_lock);
+    return m_events;
+}
+
+int RecordingCallback::count(int event) const
+{
+    Lock lock(m_lock);
+    return static_cast<int>(std::count(m_events.begin(), m_events.end(), event));
+}
+
+Bytes RecordingCallback::pcm() const
+{
+    Lock lock(m_lock);
+    return m_pcm;
+}
+
+std::vector<unsigned int> RecordingCallback::blocks() const
+{
+    Lock lock(m_lock);
+    return m_blocks;
+}
+
+TimeSpec RecordingCallback::lastDuration() const
+{
+    Lock lock(m_lock);
+    return m_duration;
+}
+
+DecoderStreamInfo RecordingCallback::info() const
+{
+    Lock lock(m_lock);
+    return m_info;
+}
+
+TimeSpec RecordingCallback::position() const
+{
+    Lock lock(m_lock);
+    return m_position;
+}
+
+std::vector<int> RecordingCallback::fills() const
+{
+    Lock lock(m_lock);
+    return m_fills;
+}
+
+}} // namespace avr::test
