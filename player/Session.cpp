@@ -165,8 +165,9 @@ void Session::showStatus()
     if (!m_stage.display.live())
         return;
     State const playing = m_paused ? State::Paused : State::Playing;
-    m_stage.display.status({m_started ? playing : State::Opening, m_started ? m_track.elapsed() : 0,
-                            m_news.bufferFill, m_news.info, m_news.title});
+    m_stage.display.status({m_announced ? playing : State::Opening,
+                            m_started ? m_track.elapsed() : 0, m_news.bufferFill, m_news.info,
+                            m_news.title});
 }
 
 /// The last event only means that the decoder has finished: the output may still be playing.

@@ -1,5 +1,9 @@
 #include "StandardOutputs.h"
 
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -17,6 +21,9 @@ StandardOutputs::StandardOutputs(bool showLog)
       m_err(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1))
 {
     int const log = showLog ? m_err : open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (log < 0)
+        throw std::system_error(errno, std::generic_category(), "/dev/null");
+    std::setvbuf(stdout, nullptr, _IOLBF, 0); // the log's lines in their order
     dup2(log, STDOUT_FILENO);
     dup2(log, STDERR_FILENO);
     if (log != m_err)

@@ -6,6 +6,7 @@ namespace avr { namespace player {
 /// avrplay's own text and gives the library another place, from the first call on.
 class StandardOutputs {
 public:
+    /// Throws std::system_error when there is no place for the log.
     /// @param showLog  the library's log on standard error; else nowhere
     explicit StandardOutputs(bool showLog);
     ~StandardOutputs();

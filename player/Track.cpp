@@ -4,8 +4,6 @@
 
 #include "decoder/PdtTrackInfo.h"
 
-#include <cstdlib>
-
 namespace avr { namespace player {
 
 namespace {

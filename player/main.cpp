@@ -12,19 +12,17 @@ using namespace avr::player;
 
 namespace {
 
-int usageError(std::string const& error)
+void sayError(int descriptor, std::string const& error)
 {
-    writeText(STDERR_FILENO, "avrplay: " + printable(error) + '\n');
-    return WrongUsage;
+    writeText(descriptor, "avrplay: " + printable(error) + '\n');
 }
 
-int runTask(Options const& options)
+int runTask(Options const& options, StandardOutputs const& outputs)
 {
-    StandardOutputs const outputs(options.verbose);
     Avr::Decoder::InitDecoder();
     if (!options.format.empty() && !Avr::Decoder::LookupFromFormat(options.format)) {
-        writeText(outputs.err(), "avrplay: -f " + printable(options.format) +
-                                     ": no such decoder; avrplay --formats lists them\n");
+        sayError(outputs.err(),
+                 "-f " + options.format + ": no such decoder; avrplay --formats lists them");
         return WrongUsage;
     }
     if (options.task == Options::Task::ListFormats) {
@@ -35,25 +33,38 @@ int runTask(Options const& options)
     return options.task == Options::Task::Probe ? player.probe() : player.play();
 }
 
+/// The standard outputs stay moved to the end of the process: what the library has not yet printed
+/// then comes out of its buffers.
+int useLibrary(Options const& options)
+{
+    StandardOutputs const outputs(options.verbose);
+    try {
+        return runTask(options, outputs);
+    } catch (std::exception const& fault) {
+        sayError(outputs.err(), fault.what());
+        return TrackFailed;
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
     StandardOutputs::fillGaps();
-    Options options;
-    std::string error;
     try {
-        if (!parseOptions(argc, argv, options, error))
-            return usageError(error);
-        if (options.task == Options::Task::ShowHelp)
-            writeText(STDOUT_FILENO, kHelpText);
-        else if (options.task == Options::Task::ShowVersion)
-            writeText(STDOUT_FILENO, "avrplay " AVR_VERSION "\n");
-        else
-            return runTask(options);
+        Options options;
+        std::string error;
+        if (!parseOptions(argc, argv, options, error)) {
+            sayError(STDERR_FILENO, error);
+            return WrongUsage;
+        }
+        if (options.task != Options::Task::ShowHelp && options.task != Options::Task::ShowVersion)
+            return useLibrary(options);
+        bool const help = options.task == Options::Task::ShowHelp;
+        writeText(STDOUT_FILENO, help ? kHelpText : "avrplay " AVR_VERSION "\n");
+        return AllPlayed;
     } catch (std::exception const& fault) {
-        writeText(STDERR_FILENO, std::string("avrplay: ") + fault.what() + '\n');
+        sayError(STDERR_FILENO, fault.what());
         return TrackFailed;
     }
-    return AllPlayed;
 }

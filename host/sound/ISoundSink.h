@@ -27,13 +27,14 @@ class ISoundSink {
 public:
     virtual ~ISoundSink() = default;
 
-    /// Prepares for PCM of this format; called for every run, also when nothing changed.
+    /// Prepares for PCM of this format; called for every run, also when nothing changed and after
+    /// a failure. The sink is not paused then.
     /// @param error  receives one line for the user on failure
     virtual bool open(PcmFormat const& format, std::string& error) = 0;
 
     /// Takes whole frames.
-    /// @return bytes taken, 0 when there is no room yet; negative when the sink has failed, and
-    ///         then `error` holds one line for the user
+    /// @return bytes taken, whole frames; 0 when there is no room yet; negative when the sink has
+    ///         failed, and then `error` holds one line for the user
     virtual long write(const std::uint8_t* pcm, std::size_t bytes, std::string& error) = 0;
 
     /// The end mark was reached: what is held back for want of data must be played now.
@@ -42,7 +43,7 @@ public:
     virtual bool drained() { return true; }
     /// Stops or goes on; never called twice with the same value.
     virtual void pause(bool) {}
-    /// Drops what was taken and not yet heard. Files keep theirs.
+    /// Drops what was taken and not yet heard, also while paused. Files keep theirs.
     virtual void discard() {}
     /// Ends the output: a file is complete afterwards.
     /// @return false, with one line in `error`, when something could not be stored

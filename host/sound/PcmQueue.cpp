@@ -5,7 +5,7 @@
 namespace avr { namespace host {
 
 namespace {
-constexpr std::size_t ChunkBytes = 16 * 1024;
+constexpr std::size_t ChunkBytes = 16384;
 }
 
 PcmQueue::PcmQueue(std::size_t frameBytes)

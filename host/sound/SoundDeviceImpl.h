@@ -85,7 +85,7 @@ private:
     bool m_quit = false;
     std::string m_failure; ///< empty while all is well
     unsigned long long m_bytesTaken = 0;
-    std::thread m_thread;
+    std::thread m_thread; ///< started inside a SinkClaim
 };
 
 /// Runs a call into a sink; one that throws has failed.

@@ -37,9 +37,13 @@ tWAVEFORMAT defaultFormat()
 template <class Field>
 bool parseInto(std::string const& text, Field& field)
 {
+    Field number = 0;
     // lexical_cast would wrap a negative number.
-    return text.find('-') == std::string::npos &&
-           boost::conversion::try_lexical_convert(text, field);
+    if (text.find('-') != std::string::npos ||
+        !boost::conversion::try_lexical_convert(text, number))
+        return false;
+    field = number;
+    return true;
 }
 
 } // namespace

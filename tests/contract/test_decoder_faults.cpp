@@ -32,10 +32,16 @@ protected:
         callback.clear();
         stream = scripted(std::move(script));
         ASSERT_EQ(Ok, decoder->Open(stream, &callback));
-        while (callback.count(1) == 0 && decoder->Start() != Ok)
+        auto const patience = endless ? std::chrono::milliseconds(5) : std::chrono::hours(1);
+        auto const deadline = std::chrono::steady_clock::now() + patience;
+        while (callback.count(1) + callback.count(2) == 0 &&
+               std::chrono::steady_clock::now() < deadline)
             std::this_thread::yield();
-        if (endless)
+        decoder->Start();
+        if (endless) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
             decoder->Close();
+        }
         ASSERT_TRUE(callback.waitFor(1));
         EXPECT_EQ(1, callback.count(1));
         EXPECT_EQ(1, callback.events().back());
@@ -74,16 +80,11 @@ TEST_P(Faults, EveryWayOfReadingGivesTheSamePcm)
     fixed.capabilities = 0;
     Script both = byteByByte;
     both.retryBeforeEach = true;
-    both.data.resize(8000);
+    both.longestRead = 500;
     for (Script const& script : {byteByByte, slow, endless, fixed, both}) {
         run(script);
-        bool const whole = script.data.size() == GetParam().sample.size();
-        Bytes const pcm = callback.pcm();
         EXPECT_EQ(1, callback.count(6));
-        ASSERT_LE(pcm.size(), expected.size());
-        if (whole) {
-            EXPECT_TRUE(pcm == expected) << pcm.size();
-        }
+        EXPECT_TRUE(callback.pcm() == expected) << callback.pcm().size();
     }
 }
 

@@ -149,7 +149,9 @@ TEST_F(Engine, NullStreamClosesARunAndSendsNothingToTheNewCallback)
     EXPECT_EQ(1, callback.count(1));
     EXPECT_TRUE(other.events().empty());
     EXPECT_EQ(DecoderStateBase::Closed, state());
+    callback.clear();
     play();
+    decoder.Close();
     finish();
 }
 
@@ -200,6 +202,8 @@ TEST_F(Engine, PauseBeforePlayingBeginsIsKept)
     EXPECT_EQ((Events{2, 4, 5}), callback.events());
     EXPECT_LE(callback.blocks().size(), 1u);
     decoder.Resume();
+    ASSERT_TRUE(callback.waitForSample());
+    decoder.Close();
     finish();
 }
 
@@ -355,13 +359,10 @@ TEST_F(Engine, ExceptionsOfThePlayerStayThere)
     callback.onEvent = [](int) { throw 1; };
     callback.onSample = []() -> int { throw 2; };
     open();
-    ASSERT_TRUE(callback.waitFor(2) || true);
-    while (decoder.Start() != Ok)
-        std::this_thread::yield();
-    while (callback.count(1) == 0)
-        std::this_thread::yield();
+    ASSERT_TRUE(callback.waitFor(2));
+    ASSERT_EQ(Ok, decoder.Start());
+    ASSERT_TRUE(callback.waitFor(1));
     EXPECT_EQ((Events{2, 4, 0, 1}), callback.events());
-    callback.onEvent = nullptr;
     finish();
 }
 

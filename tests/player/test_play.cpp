@@ -143,7 +143,8 @@ TEST(Probe, GivesOneJsonObjectPerFile)
     Outcome const text = play({"--probe", "--pcm", "22050:16:2", pcm});
     EXPECT_NE(text.out.find("  codec      Lpcm\n  rate       22050 Hz\n"), std::string::npos);
     EXPECT_NE(text.out.find("  bit rate   706 kbit/s\n  duration   0:02\n"), std::string::npos);
-    EXPECT_EQ(text.exit + text.err.size(), 0U);
+    EXPECT_EQ(text.exit, 0);
+    EXPECT_EQ(text.err, "");
 }
 
 TEST(Probe, ListsTheFormats)

@@ -27,22 +27,31 @@ int RecordingCallback::OnSample(const void* pcm, unsigned int bytes, TimeSpec* d
 
 int RecordingCallback::OnEvent(int event, void* data, unsigned int size)
 {
-    {
-        Lock lock(m_lock);
-        if (event == EventBufferStatus)
-            m_fills.push_back(*static_cast<int*>(data));
-        else
-            m_events.push_back(event);
-        if (event == EventStreamInfo && size == sizeof m_info)
-            std::memcpy(&m_info, data, sizeof m_info);
-        if (event == EventPosition && size == sizeof m_position)
-            std::memcpy(&m_position, data, sizeof m_position);
-    }
+    // Recorded when the hook is through, so that a test that waited may change the hooks.
+    struct Recorder {
+        ~Recorder() { callback.record(event, data, size); }
+        RecordingCallback& callback;
+        int event;
+        void* data;
+        unsigned int size;
+    } const recorder{*this, event, data, size};
     if (onEvent)
         onEvent(event);
-    Lock lock(m_lock);
-    m_came.notify_all();
     return 0;
+}
+
+void RecordingCallback::record(int event, void* data, unsigned int size)
+{
+    Lock lock(m_lock);
+    if (event == EventBufferStatus)
+        m_fills.push_back(*static_cast<int*>(data));
+    else
+        m_events.push_back(event);
+    if (event == EventStreamInfo && size == sizeof m_info)
+        std::memcpy(&m_info, data, sizeof m_info);
+    if (event == EventPosition && size == sizeof m_position)
+        std::memcpy(&m_position, data, sizeof m_position);
+    m_came.notify_all();
 }
 
 bool RecordingCallback::waitFor(int event)

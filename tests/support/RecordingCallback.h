@@ -37,6 +37,8 @@ public:
     std::function<int()> onSample;
 
 private:
+    void record(int event, void* data, unsigned int size);
+
     mutable std::mutex m_lock; ///< guards what follows
     std::condition_variable m_came;
     std::vector<int> m_events;
