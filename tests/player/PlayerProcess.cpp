@@ -13,6 +13,7 @@
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
+#include <utmp.h>
 
 namespace avr { namespace test {
 
@@ -52,15 +53,28 @@ void take(int& descriptor, std::string& text)
 } // namespace
 
 PlayerProcess::PlayerProcess(Words const& arguments, On on, unsigned short columns)
-    : m_begun(Clock::now())
 {
-    if (on == On::Terminal) {
-        winsize const size{24, columns, 0, 0};
-        m_pid = forkpty(&m_err_, nullptr, nullptr, &size);
-        if (m_pid == 0)
-            runPlayer(arguments);
-        return;
+    if (on == On::Terminal)
+        startOnTerminal(arguments, columns);
+    else
+        startOnPipes(arguments);
+}
+
+void PlayerProcess::startOnTerminal(Words const& arguments, unsigned short columns)
+{
+    winsize const size{24, columns, 0, 0};
+    if (openpty(&m_err, &m_terminal, nullptr, nullptr, &size) != 0)
+        abort();
+    fcntl(m_err, F_SETFD, FD_CLOEXEC);
+    m_pid = fork();
+    if (m_pid == 0) {
+        login_tty(m_terminal);
+        runPlayer(arguments);
     }
+}
+
+void PlayerProcess::startOnPipes(Words const& arguments)
+{
     int out[2], err[2];
     if (pipe2(out, O_CLOEXEC) != 0 || pipe2(err, O_CLOEXEC) != 0)
         abort();
@@ -74,7 +88,7 @@ PlayerProcess::PlayerProcess(Words const& arguments, On on, unsigned short colum
     close(out[1]);
     close(err[1]);
     m_out = out[0];
-    m_err_ = err[0];
+    m_err = err[0];
 }
 
 PlayerProcess::~PlayerProcess()
@@ -85,20 +99,20 @@ PlayerProcess::~PlayerProcess()
 
 void PlayerProcess::readSome(milliseconds time)
 {
-    pollfd sources[2] = {{m_out, POLLIN, 0}, {m_err_, POLLIN, 0}};
+    pollfd sources[2] = {{m_out, POLLIN, 0}, {m_err, POLLIN, 0}};
     if (poll(sources, 2, static_cast<int>(time.count())) <= 0)
         return;
     if (sources[0].revents != 0)
         take(m_out, m_outText);
     if (sources[1].revents != 0)
-        take(m_err_, m_err);
+        take(m_err, m_errText);
 }
 
 bool PlayerProcess::waitFor(std::string const& text)
 {
     auto const end = Clock::now() + kPatience;
     while (Clock::now() < end) {
-        std::size_t const at = m_err.find(text, m_seen);
+        std::size_t const at = m_errText.find(text, m_seen);
         if (at != std::string::npos) {
             m_seen = at + text.size();
             return true;
@@ -116,7 +130,7 @@ void PlayerProcess::listen(milliseconds time)
 
 void PlayerProcess::type(std::string const& keys)
 {
-    EXPECT_EQ(write(m_err_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+    EXPECT_EQ(write(m_err, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
 }
 
 void PlayerProcess::signal(int number) { kill(m_pid, number); }
@@ -124,25 +138,34 @@ void PlayerProcess::signal(int number) { kill(m_pid, number); }
 bool PlayerProcess::terminalIsNormal() const
 {
     termios settings{};
-    return tcgetattr(m_err_, &settings) == 0 && (settings.c_lflag & ICANON) != 0 &&
+    return tcgetattr(m_err, &settings) == 0 && (settings.c_lflag & ICANON) != 0 &&
            (settings.c_lflag & ECHO) != 0;
+}
+
+/// A terminal that we hold open has no end, so there the program's own counts.
+bool PlayerProcess::hasEnded()
+{
+    if (m_terminal < 0 && (m_out >= 0 || m_err >= 0))
+        return false;
+    return waitpid(m_pid, &m_status, WNOHANG) == m_pid;
 }
 
 Outcome PlayerProcess::finish()
 {
-    auto const end = Clock::now() + kDeadline;
-    while ((m_out >= 0 || m_err_ >= 0) && Clock::now() < end)
-        readSome(milliseconds(100));
-    if (m_out >= 0 || m_err_ >= 0)
+    bool ended = false;
+    for (auto const end = Clock::now() + kDeadline; !(ended = hasEnded()) && Clock::now() < end;)
+        readSome(milliseconds(20));
+    if (!ended) {
         kill(m_pid, SIGKILL);
-    int status = 0;
-    waitpid(m_pid, &status, 0);
+        waitpid(m_pid, &m_status, 0);
+    }
+    readSome(milliseconds(0));
     m_pid = -1;
-    for (int descriptor : {m_out, m_err_})
+    bool const normal = m_terminal >= 0 && terminalIsNormal();
+    for (int descriptor : {m_out, m_err, m_terminal})
         if (descriptor >= 0)
             close(descriptor);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, m_outText, m_err,
-            std::chrono::duration_cast<milliseconds>(Clock::now() - m_begun)};
+    return {WIFEXITED(m_status) ? WEXITSTATUS(m_status) : -1, m_outText, m_errText, normal};
 }
 
 Outcome play(Words const& arguments) { return PlayerProcess(arguments).finish(); }

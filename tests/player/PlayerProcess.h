@@ -15,7 +15,7 @@ struct Outcome {
     int exit = -1;
     std::string out;
     std::string err;
-    std::chrono::milliseconds took{0};
+    bool terminalNormal = false; ///< line editing and echo were on again, when it had a terminal
 };
 
 /// One avrplay with its standard input empty, or with a terminal for all three.
@@ -37,20 +37,24 @@ public:
     /// Line editing and echo are on.
     bool terminalIsNormal() const;
     /// Everything printed on the terminal, or on standard error.
-    std::string const& screen() const { return m_err; }
+    std::string const& screen() const { return m_errText; }
     /// Waits for the end.
     Outcome finish();
 
 private:
+    void startOnTerminal(Words const& arguments, unsigned short columns);
+    void startOnPipes(Words const& arguments);
     void readSome(std::chrono::milliseconds time);
+    bool hasEnded();
 
     pid_t m_pid = -1;
     int m_out = -1;
-    int m_err_ = -1; ///< standard error, or the terminal
+    int m_err = -1;      ///< standard error, or the terminal
+    int m_terminal = -1; ///< its other end, kept open: its settings outlive the program
+    int m_status = 0;
     std::string m_outText;
-    std::string m_err;
+    std::string m_errText;
     std::size_t m_seen = 0;
-    std::chrono::steady_clock::time_point m_begun;
 };
 
 /// Runs it to its end.

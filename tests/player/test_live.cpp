@@ -74,7 +74,7 @@ TEST(Live, PauseHoldsTheClockAndTheScreen)
     ASSERT_TRUE(player.waitFor("paused "));
     player.listen(milliseconds(100));
     std::size_t const before = player.screen().size();
-    player.listen(milliseconds(1500));
+    player.listen(milliseconds(2500));
     EXPECT_EQ(player.screen().size(), before);
     player.type(" ");
     EXPECT_TRUE(player.waitFor("playing  0:0")) << player.screen();
@@ -95,9 +95,27 @@ TEST(Live, ArrowsSeek)
     EXPECT_TRUE(player.waitFor("paused   0:1")) << player.screen();
     player.type(" ");
     EXPECT_TRUE(player.waitFor("playing  0:15")) << player.screen();
-    player.type(std::string(5, ' ').replace(0, 5, std::string(kRight) + kRight + kRight));
-    player.type(std::string(kRight) + kRight); // past the end
+    for (int i = 0; i < 5; ++i)
+        player.type(kRight); // past the end
     EXPECT_EQ(player.finish().exit, 0);
+}
+
+TEST(Live, ASeekIsHeardAtOnce)
+{
+    std::string const out = testFile("jump.wav");
+    PlayerProcess player({"--realtime", "-o", "wav:" + out, tune("jump-in.wav", 60)}, kTerminal);
+    ASSERT_TRUE(player.waitFor("playing  0:01"));
+    player.type(kRight);
+    ASSERT_TRUE(player.waitFor("playing  0:12"));
+    player.type("q");
+    EXPECT_EQ(player.finish().exit, 0);
+    std::string const audio = audioOf(out);
+    ASSERT_GT(audio.size(), 16000U);
+    EXPECT_LT(audio.size(), 64000U);
+    // The last of it is the track's twelfth second, and not what was queued before the key.
+    std::size_t const at = noise(60 * 16000).find(audio.substr(audio.size() - 1000));
+    EXPECT_GT(at, 11U * 16000);
+    EXPECT_LT(at, 14U * 16000);
 }
 
 TEST(Live, NextAndPreviousWalkThroughTheList)
@@ -134,8 +152,9 @@ TEST(Live, TheTerminalIsAsBeforeOnEveryWayOut)
             EXPECT_FALSE(player.terminalIsNormal());
         }
         player.type(way == "stop" ? "q" : way);
-        player.listen(milliseconds(500));
-        EXPECT_EQ(player.finish().exit, way == "\x03" ? 130 : 0);
+        Outcome const outcome = player.finish();
+        EXPECT_EQ(outcome.exit, way == "\x03" ? 130 : 0);
+        EXPECT_TRUE(outcome.terminalNormal);
     }
 }
 

@@ -96,6 +96,16 @@ TEST(Play, GoesOnAfterAFileThatFails)
     EXPECT_NE(outcome.err.find("other.wav: the output refuses it"), std::string::npos);
 }
 
+TEST(Play, TheEndOfATrackIsHeardBeforeTheNextBegins)
+{
+    // This decoder is done long before a paced output is.
+    std::string const pcm = noise(32000);
+    std::string const in = writeFile("end.lpcm", swapped(pcm));
+    std::string const out = testFile("end.wav");
+    EXPECT_EQ(play({"--pcm", "16000:16:1", "--realtime", "-o", "wav:" + out, in, in}).exit, 0);
+    EXPECT_TRUE(audioOf(out) == pcm + pcm);
+}
+
 TEST(Play, TheSamplesAreTheSameTune)
 {
     std::string const samples = SAMPLES_DIR;
