@@ -63,7 +63,7 @@ Output makeOutput(OutputChoice const& choice, Pacing pacing, int standardOutput)
     case Kind::RawFile:
         return {host::makeRawFileSink(choice.name, pace), {}};
     case Kind::StandardOutput:
-        return {host::makeRawDescriptorSink(standardOutput, pace), {}};
+        return {host::makeRawDescriptorSink(standardOutput, "standard output", pace), {}};
     case Kind::Null:
         return {host::makeNullSink(pace), {}};
     case Kind::Best:

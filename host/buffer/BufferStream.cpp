@@ -229,7 +229,8 @@ int BufferStream::Impl::readIntoRing(std::size_t step, bool (Impl::*wanted)() co
             if (!(this->*wanted)())
                 return Ok;
             std::size_t const free = std::max(m_maximum, m_ring.ahead() + 1) - m_ring.ahead();
-            room = m_ring.reserve(std::min(step, free), m_maximum + History);
+            room =
+                m_ring.reserve(std::min(step, free), m_started ? m_maximum + History : 2 * History);
         }
         unsigned int const size = static_cast<unsigned int>(room.size);
         result = m_base->Read(room.data, size, &got);
@@ -344,7 +345,7 @@ int BufferStream::Impl::readThrough(void* buf, unsigned int len, unsigned int& g
     if (m_position >= 0)
         m_position += got;
     for (std::size_t done = got - std::min<std::size_t>(got, History); done < got;) {
-        auto const room = m_ring.reserve(got - done, m_maximum + History);
+        auto const room = m_ring.reserve(got - done, 2 * History);
         std::copy_n(bytes + done, room.size, room.data);
         m_ring.commit(room.size);
         m_ring.move(static_cast<long long>(room.size));

@@ -56,13 +56,14 @@ public:
         std::size_t size;
     };
     /// Contiguous room for new bytes: 1 to `bytes` of it.
-    /// @param capacity  not exceeded by growing ahead of need
+    /// @param capacity  what to grow to when there is too little. It may be taken in full at once:
+    ///                  pages that no data has reached yet cost no memory.
     Room reserve(std::size_t bytes, std::size_t capacity)
     {
         m_history = std::min(m_history, m_historyLimit);
         std::size_t const used = m_history + m_ahead;
-        if (m_capacity - used < bytes) // doubling, so that a short track stays small
-            grow(std::max(used + bytes, std::min(m_capacity * 2, capacity)));
+        if (m_capacity - used < bytes)
+            grow(std::max(used + bytes, capacity));
         std::size_t const tail = wrap(m_position + m_ahead);
         return {m_storage.get() + tail, std::min(bytes, m_capacity - tail)};
     }

@@ -18,16 +18,10 @@ constexpr int RoomWaitMilliseconds = 50;
 /// A pipe that polls writable takes this much without blocking.
 constexpr std::size_t PipePiece = PIPE_BUF;
 
-std::string descriptorName(int descriptor)
-{
-    return descriptor == STDOUT_FILENO ? "standard output"
-                                       : "descriptor " + std::to_string(descriptor);
-}
-
 } // namespace
 
-OutputFile::OutputFile(int descriptor)
-    : m_name(descriptorName(descriptor)), m_descriptor(descriptor), m_owned(false)
+OutputFile::OutputFile(int descriptor, std::string name)
+    : m_name(std::move(name)), m_descriptor(descriptor), m_owned(false)
 {}
 
 OutputFile::~OutputFile()

@@ -14,7 +14,7 @@ public:
     /// The path is opened by open().
     explicit OutputFile(std::string path) : m_name(std::move(path)) {}
     /// Writes there; the descriptor stays the caller's.
-    explicit OutputFile(int descriptor);
+    OutputFile(int descriptor, std::string name);
     ~OutputFile();
     OutputFile(OutputFile const&) = delete;
     OutputFile& operator=(OutputFile const&) = delete;

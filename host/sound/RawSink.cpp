@@ -8,8 +8,9 @@ namespace {
 
 class RawSink final : public ISoundSink {
 public:
-    template <typename Where>
-    RawSink(Where where, Pace pace) : m_file(std::move(where)), m_pacer(pace)
+    RawSink(std::string path, Pace pace) : m_file(std::move(path)), m_pacer(pace) {}
+    RawSink(int descriptor, std::string name, Pace pace)
+        : m_file(descriptor, std::move(name)), m_pacer(pace)
     {}
 
     bool open(PcmFormat const& format, std::string& error) override
@@ -58,9 +59,9 @@ std::unique_ptr<ISoundSink> makeRawFileSink(std::string path, Pace pace)
     return std::make_unique<RawSink>(std::move(path), pace);
 }
 
-std::unique_ptr<ISoundSink> makeRawDescriptorSink(int descriptor, Pace pace)
+std::unique_ptr<ISoundSink> makeRawDescriptorSink(int descriptor, std::string name, Pace pace)
 {
-    return std::make_unique<RawSink>(descriptor, pace);
+    return std::make_unique<RawSink>(descriptor, std::move(name), pace);
 }
 
 }} // namespace avr::host

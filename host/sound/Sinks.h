@@ -21,9 +21,11 @@ AVR_API bool alsaDeviceUsable(std::string const& device);
 /// in the file; another format is refused.
 AVR_API std::unique_ptr<ISoundSink> makeWavFileSink(std::string path, Pace pace);
 
-/// The PCM as it comes, into a file or, given a descriptor, there (it is not closed).
+/// The PCM as it comes, into a file or, given a descriptor, there (it is not closed;
+/// `name` stands in error lines).
 AVR_API std::unique_ptr<ISoundSink> makeRawFileSink(std::string path, Pace pace);
-AVR_API std::unique_ptr<ISoundSink> makeRawDescriptorSink(int descriptor, Pace pace);
+AVR_API std::unique_ptr<ISoundSink> makeRawDescriptorSink(int descriptor, std::string name,
+                                                          Pace pace);
 
 /// What a null sink does wrong on purpose.
 struct NullFaults {

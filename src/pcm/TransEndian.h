@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace kiv { namespace sound {
 
@@ -16,15 +17,22 @@ inline short transEndian<short>(short sample)
     return static_cast<short>(static_cast<std::uint16_t>(bits << 8 | bits >> 8));
 }
 
-/// transEndian of `words` samples. The inner loop has a fixed count, so that compilers vectorise it
-/// without being asked to try hard.
-inline void transEndian(const short* __restrict from, short* __restrict to, std::size_t words)
+/// transEndian of `words` samples, at the speed of a copy: with 128-bit vectors, which compilers
+/// turn into whatever the target has, since few see one in the plain loop without being asked to
+/// try hard.
+inline void transEndian(const short* from, short* to, std::size_t words)
 {
-    constexpr std::size_t Group = 64;
+    using Vector = std::uint16_t __attribute__((vector_size(16)));
+    constexpr std::size_t Lane = sizeof(Vector) / sizeof(short);
     std::size_t done = 0;
-    for (; done + Group <= words; done += Group) {
-        for (std::size_t i = 0; i < Group; ++i)
-            to[done + i] = transEndian(from[done + i]);
+    for (; done + 2 * Lane <= words; done += 2 * Lane) {
+        Vector first, second;
+        std::memcpy(&first, from + done, sizeof first);
+        std::memcpy(&second, from + done + Lane, sizeof second);
+        first = first << 8 | first >> 8;
+        second = second << 8 | second >> 8;
+        std::memcpy(to + done, &first, sizeof first);
+        std::memcpy(to + done + Lane, &second, sizeof second);
     }
     for (; done < words; ++done)
         to[done] = transEndian(from[done]);

@@ -183,7 +183,7 @@ TEST(RawOutput, ASlowReaderGetsEveryByteOnce)
                 received.append(some, std::size_t(got));
         });
         EXPECT_TRUE(
-            play(makeRawDescriptorSink(ends[1], Pace::AsFastAsPossible), {48000, 2, 3}, pcm));
+            play(makeRawDescriptorSink(ends[1], "pipe", Pace::AsFastAsPossible), {48000, 2, 3}, pcm));
         ::close(ends[1]);
         reader.join();
         EXPECT_TRUE(received == pcm);
@@ -197,7 +197,7 @@ TEST(RawOutput, AStalledReaderHoldsNobodyAndAGoneOneIsAFailure)
     int ends[2];
     ASSERT_EQ(::pipe(ends), 0);
     SoundDevice device;
-    device.setSink(makeRawDescriptorSink(ends[1], Pace::AsFastAsPossible));
+    device.setSink(makeRawDescriptorSink(ends[1], "pipe", Pace::AsFastAsPossible));
     std::string error;
     ASSERT_TRUE(device.beginRun(Cd, error));
     ASSERT_EQ(device.put("abcd", 4), 0);
