@@ -165,6 +165,9 @@ long peakKilobytes(std::function<void()> const& work)
     return usage.ru_maxrss;
 }
 
+/// Makes the compiler believe that the memory is used.
+inline void keep(const void* memory) { __asm__ volatile("" : : "r"(memory) : "memory"); }
+
 void compareSwap(std::FILE* out)
 {
     std::vector<short> from(4096, 0x1234), to(4096); // one block of LPCM
@@ -174,7 +177,7 @@ void compareSwap(std::FILE* out)
             best = std::min(best, cpuOf([&] {
                                 for (int i = 0; i < 200000; ++i) {
                                     move();
-                                    asm volatile("" : : "r"(to.data()) : "memory");
+                                    keep(to.data());
                                 }
                             }));
         }

@@ -125,7 +125,7 @@ TEST_P(Contract, PausedAndResumedItPlaysTheSame)
 
 TEST_P(Contract, GarbageAndEmptyInputFailOrEndQuietly)
 {
-    for (std::size_t size : {0, 1, 100, 5000}) {
+    for (std::size_t size : {0u, 1u, 100u, 5000u}) {
         Script script;
         script.data = noise(size, 99);
         open(script);

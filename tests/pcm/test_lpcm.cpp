@@ -190,7 +190,7 @@ TEST(TransEndian, SwapsAnyCount)
     std::vector<short> from(200), to(201, 7);
     for (std::size_t i = 0; i < from.size(); ++i)
         from[i] = static_cast<short>(i * 771 + 128);
-    for (std::size_t words : {0, 1, 63, 64, 65, 200}) {
+    for (std::size_t words : {0u, 1u, 15u, 16u, 17u, 200u}) {
         to.assign(201, 7);
         kiv::sound::transEndian(from.data(), to.data(), words);
         for (std::size_t i = 0; i < words; ++i)
