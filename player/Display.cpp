@@ -11,9 +11,9 @@ namespace avr { namespace player {
 
 namespace {
 
-constexpr std::size_t kWidestBar = 30;
-constexpr std::size_t kNarrowestBar = 8;
-constexpr std::size_t kDefaultColumns = 80;
+constexpr std::size_t WidestBar = 30;
+constexpr std::size_t NarrowestBar = 8;
+constexpr std::size_t DefaultColumns = 80;
 
 const char* stateText(Status::State state)
 {
@@ -39,9 +39,9 @@ std::string formatText(TrackInfo const& info)
 /// Nothing when the room is too small or the duration unknown.
 std::string barText(Status const& status, std::size_t room)
 {
-    if (status.info.duration <= 0 || room < kNarrowestBar + 4)
+    if (status.info.duration <= 0 || room < NarrowestBar + 4)
         return {};
-    std::size_t const cells = std::min(room - 4, kWidestBar);
+    std::size_t const cells = std::min(room - 4, WidestBar);
     double const part = std::min(std::max(status.elapsed / status.info.duration, 0.0), 1.0);
     auto const done = static_cast<std::size_t>(part * double(cells));
     return "  [" + std::string(done, '=') + std::string(cells - done, ' ') + ']';
@@ -62,7 +62,7 @@ std::string statusText(Status const& status, std::size_t columns)
         tail += "  " + printable(status.title);
     std::size_t const used = head.size() + tail.size();
     // What is left of the bar's room when all the rest is shown, or the least that makes a bar.
-    std::size_t const room = std::max(columns > used ? columns - used : 0, kNarrowestBar + 4);
+    std::size_t const room = std::max(columns > used ? columns - used : 0, NarrowestBar + 4);
     bool const barFits = columns >= head.size() + room;
     return cutToColumns(head + (barFits ? barText(status, room) : "") + tail, columns);
 }
@@ -87,7 +87,7 @@ void Display::status(Status const& status)
     auto const now = std::chrono::steady_clock::now();
     std::string const text = statusText(status, columns() - 1);
     bool const early =
-        !m_shown.empty() && status.state == m_shownState && now - m_shownAt < kRefresh;
+        !m_shown.empty() && status.state == m_shownState && now - m_shownAt < Refresh;
     m_late = early && text != m_shown;
     if (early || text == m_shown)
         return;
@@ -115,7 +115,7 @@ std::size_t Display::columns() const
 {
     winsize size{};
     if (ioctl(m_descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
-        return kDefaultColumns;
+        return DefaultColumns;
     return size.ws_col;
 }
 

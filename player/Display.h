@@ -30,7 +30,7 @@ public:
         Live    ///< and a status line that is written over: for a terminal
     };
     /// How often the status line changes.
-    static constexpr std::chrono::milliseconds kRefresh{250};
+    static constexpr std::chrono::milliseconds Refresh{250};
 
     Display(int descriptor, Style style) : m_descriptor(descriptor), m_style(style) {}
     Display(Display const&) = delete;
@@ -41,7 +41,7 @@ public:
     /// Kept until there is a track to be said before.
     void notice(std::string const& text) { m_notice = text; }
     void track(std::string const& path, TrackInfo const& info);
-    /// Draws when something changed, and no more often than kRefresh but for a change of state.
+    /// Draws when something changed, and no more often than Refresh but for a change of state.
     void status(Status const& status);
     void clearStatus();
     /// A change waits for its time to be drawn.

@@ -10,9 +10,9 @@ namespace avr { namespace player {
 namespace {
 
 /// The WAVE decoder reads this much before it looks for anything.
-constexpr std::size_t kHeadBytes = 4096;
-constexpr std::size_t kSubFormatOffset = 24;
-constexpr std::size_t kShortestFormat = 16;
+constexpr std::size_t HeadBytes = 4096;
+constexpr std::size_t SubFormatOffset = 24;
+constexpr std::size_t ShortestFormat = 16;
 
 std::uint32_t number(std::string const& bytes, std::size_t at, std::size_t width)
 {
@@ -48,7 +48,7 @@ std::string readFileHead(std::string const& path)
     if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
         return {};
     std::ifstream file(path, std::ios::binary);
-    std::string head(kHeadBytes, '\0');
+    std::string head(HeadBytes, '\0');
     file.read(&head[0], static_cast<std::streamsize>(head.size()));
     head.resize(static_cast<std::size_t>(file.gcount()));
     return head;
@@ -67,10 +67,10 @@ WaveHead::WaveHead(std::string const& head) : m_size(head.size())
 /// Takes one chunk. @return false when it is the last that matters
 bool WaveHead::walk(std::string const& head, std::size_t at)
 {
-    if (head.compare(at, 4, "fmt ") == 0 && at + 8 + kShortestFormat <= m_size) {
+    if (head.compare(at, 4, "fmt ") == 0 && at + 8 + ShortestFormat <= m_size) {
         m_format = true;
         m_tag = number(head, at + 8, 2);
-        m_subFormat = number(head, at + 8 + kSubFormatOffset, 2);
+        m_subFormat = number(head, at + 8 + SubFormatOffset, 2);
     }
     m_data = head.compare(at, 4, "data") == 0;
     return !m_data;
@@ -78,7 +78,7 @@ bool WaveHead::walk(std::string const& head, std::size_t at)
 
 std::string WaveHead::complaint() const
 {
-    bool const whole = m_size < kHeadBytes; // the head is all there is
+    bool const whole = m_size < HeadBytes; // the head is all there is
     if (!m_riff)
         return "not a WAVE file (no RIFF header); name its format with -f";
     if (!m_wave)

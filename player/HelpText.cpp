@@ -2,7 +2,7 @@
 
 namespace avr { namespace player {
 
-const char* const kHelpText = R"(avrplay - play audio files through libavrdecoder
+const char* const HelpText = R"(avrplay - play audio files through libavrdecoder
 
 usage:
   avrplay [options] FILE...            play the files one after the other

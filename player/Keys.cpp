@@ -8,7 +8,7 @@ namespace avr { namespace player {
 
 namespace {
 
-constexpr char kEscape = '\x1b';
+constexpr char Escape = '\x1b';
 
 std::optional<Key> letterKey(char c)
 {
@@ -40,7 +40,7 @@ std::optional<Key> arrowKey(char c)
 /// A sequence is ESC, '[' or 'O', digits and ';', a letter.
 std::size_t keyLength(std::string const& typed)
 {
-    if (typed.empty() || typed[0] != kEscape)
+    if (typed.empty() || typed[0] != Escape)
         return typed.empty() ? 0 : 1;
     if (typed.size() > 1 && typed[1] != '[' && typed[1] != 'O')
         return 1;

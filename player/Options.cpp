@@ -11,8 +11,8 @@ namespace avr { namespace player {
 
 namespace {
 
-constexpr unsigned long kMaxRate = 768000;
-constexpr unsigned long kMaxChannels = 32;
+constexpr unsigned long MaxRate = 768000;
+constexpr unsigned long MaxChannels = 32;
 
 /// The options that are text on the command line and something else in Options.
 struct Texts {
@@ -85,7 +85,7 @@ bool parsePcm(std::string text, host::PcmFormat& pcm, std::string& error)
     unsigned long const rate = nextField(text, false);
     unsigned long const bits = nextField(text, false);
     unsigned long const channels = nextField(text, true);
-    if (rate == 0 || rate > kMaxRate || bits == 0 || channels == 0 || channels > kMaxChannels)
+    if (rate == 0 || rate > MaxRate || bits == 0 || channels == 0 || channels > MaxChannels)
         error = "--pcm " + given + ": give RATE:BITS:CHANNELS, for example 44100:16:2";
     else if (bits != 16)
         error = "--pcm " + given + ": headerless PCM is played with 16 bits only";

@@ -33,6 +33,6 @@ struct Options {
 bool parseOptions(int argc, char** argv, Options& options, std::string& error);
 
 /// What --help prints.
-extern const char* const kHelpText;
+extern const char* const HelpText;
 
 }} // namespace avr::player

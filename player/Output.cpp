@@ -6,7 +6,7 @@ namespace {
 
 using Kind = OutputChoice::Kind;
 
-constexpr const char* kDefaultDevice = "default";
+constexpr const char* DefaultDevice = "default";
 
 host::Pace paceOf(Kind kind, Pacing pacing)
 {
@@ -25,8 +25,8 @@ Output makeAlsaOutput(std::string const& device)
 
 Output makeBestOutput(Pacing pacing)
 {
-    if (host::alsaDeviceUsable(kDefaultDevice))
-        return {host::makeAlsaSink(kDefaultDevice), {}};
+    if (host::alsaDeviceUsable(DefaultDevice))
+        return {host::makeAlsaSink(DefaultDevice), {}};
     return {host::makeNullSink(paceOf(Kind::Null, pacing)),
             "no sound device can be opened, playing in silence (-o null)"};
 }
@@ -40,7 +40,7 @@ bool parseOutput(std::string const& text, OutputChoice& choice)
     std::string const name = colon == std::string::npos ? "" : text.substr(colon + 1);
     bool const named = !name.empty();
     if (type == "alsa" && (named || colon == std::string::npos))
-        choice = {Kind::Alsa, named ? name : kDefaultDevice};
+        choice = {Kind::Alsa, named ? name : DefaultDevice};
     else if (type == "wav" && named)
         choice = {Kind::WavFile, name};
     else if (type == "raw" && named)

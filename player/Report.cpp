@@ -21,9 +21,9 @@ struct Format {
     const char* name;
     const char* seeksBy; ///< of those that are built in
 };
-constexpr Format kFormats[] = {{"lpcm", "time"}, {"wav", "time"}, {"wav-testmode", "time"},
-                               {"ogg", ""},      {"flac", ""},    {"wma", ""},
-                               {"he-aac", ""},   {"aac", ""},     {"mp3", ""}};
+constexpr Format Formats[] = {{"lpcm", "time"}, {"wav", "time"}, {"wav-testmode", "time"},
+                              {"ogg", ""},      {"flac", ""},    {"wma", ""},
+                              {"he-aac", ""},   {"aac", ""},     {"mp3", ""}};
 
 /// Waits until the format is known or the run is over.
 TrackNews waitForFormat(Track const& track, Wakeup const& wakeup, Signals const& signals)
@@ -158,21 +158,21 @@ std::string probeJson(Probe const& probe)
 
 std::string formatsText()
 {
-    constexpr std::size_t kIndent = 15;
+    constexpr std::size_t Indent = 15;
     std::string text;
-    for (Format const& format : kFormats) {
+    for (Format const& format : Formats) {
         bool const builtIn = Avr::Decoder::LookupFromFormat(format.name) != nullptr;
         std::vector<std::string> types;
         std::vector<std::string> endings;
         collect(format.name, types, endings);
         std::string name = format.name;
-        name.resize(kIndent, ' ');
+        name.resize(Indent, ' ');
         text +=
             name + (builtIn ? std::string("seeks by ") + format.seeksBy : "not built in") + '\n';
         if (!types.empty())
-            text += "  MIME types   " + listText(types, kIndent) + '\n';
+            text += "  MIME types   " + listText(types, Indent) + '\n';
         if (!endings.empty())
-            text += "  file names   " + listText(endings, kIndent) + '\n';
+            text += "  file names   " + listText(endings, Indent) + '\n';
     }
     return text;
 }

@@ -8,11 +8,11 @@ namespace avr { namespace player {
 
 namespace {
 
-constexpr double kSeekStep = 10;     ///< seconds
-constexpr double kPreviousUntil = 3; ///< seconds
-constexpr int kDrainPoll = 20;       ///< ms; the output does not tell when it has played everything
-constexpr int kOpeningPoll = 500;    ///< ms; an opening that takes longer is shown
-constexpr int kUntilSomethingHappens = -1;
+constexpr double SeekStep = 10;     ///< seconds
+constexpr double PreviousUntil = 3; ///< seconds
+constexpr int DrainPoll = 20;       ///< ms; the output does not tell when it has played everything
+constexpr int OpeningPoll = 500;    ///< ms; an opening that takes longer is shown
+constexpr int UntilSomethingHappens = -1;
 
 } // namespace
 
@@ -47,12 +47,12 @@ TrackEnd Session::run()
 int Session::waitMilliseconds() const
 {
     if (m_news.closed && !m_paused)
-        return kDrainPoll;
+        return DrainPoll;
     if (m_stage.display.late())
-        return int(Display::kRefresh.count());
+        return int(Display::Refresh.count());
     if (m_paused || !m_stage.display.live())
-        return kUntilSomethingHappens;
-    return m_announced ? int(Display::kRefresh.count()) : kOpeningPoll;
+        return UntilSomethingHappens;
+    return m_announced ? int(Display::Refresh.count()) : OpeningPoll;
 }
 
 void Session::wait()
@@ -98,17 +98,17 @@ void Session::onKey(Key key)
         break;
     case Key::Previous:
         m_end =
-            m_started && m_track.elapsed() >= kPreviousUntil ? TrackEnd::Again : TrackEnd::Previous;
+            m_started && m_track.elapsed() >= PreviousUntil ? TrackEnd::Again : TrackEnd::Previous;
         break;
     case Key::Pause:
         if (m_started)
             m_track.pause(m_paused = !m_paused);
         break;
     case Key::Back:
-        seekBy(-kSeekStep);
+        seekBy(-SeekStep);
         break;
     case Key::Forward:
-        seekBy(kSeekStep);
+        seekBy(SeekStep);
         break;
     }
 }

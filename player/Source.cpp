@@ -24,7 +24,7 @@ namespace {
 
 using Avr::Interface::IReadableStream;
 
-constexpr const char* kListHint = "avrplay --formats lists what can be played";
+constexpr const char* ListHint = "avrplay --formats lists what can be played";
 
 bool isAddress(std::string const& path)
 {
@@ -86,7 +86,7 @@ bool chooseDecoder(Source& source, std::string& error)
     std::string const known = byName != nullptr ? formatOfMimeType(byName) : source.format;
     error = known.empty() ? "neither name nor content tells its format; name it with -f"
                           : "the decoder for " + known + " is not built in";
-    error += std::string(" (") + kListHint + ")";
+    error += std::string(" (") + ListHint + ")";
     return false;
 }
 
@@ -94,8 +94,8 @@ bool chooseDecoder(Source& source, std::string& error)
 
 bool Source::canSeek() const
 {
-    constexpr int kAny = IReadableStream::CanSeekByte | IReadableStream::CanSeekTime;
-    return (stream->GetCapabilities() & kAny) != 0;
+    constexpr int AnyKind = IReadableStream::CanSeekByte | IReadableStream::CanSeekTime;
+    return (stream->GetCapabilities() & AnyKind) != 0;
 }
 
 double Source::length() const

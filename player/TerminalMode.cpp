@@ -11,12 +11,12 @@ namespace avr { namespace player {
 
 namespace {
 
-constexpr int kStops = SIGTSTP;
-constexpr int kCrashes[] = {SIGQUIT, SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL};
+constexpr int StopSignals = SIGTSTP;
+constexpr int Crashes[] = {SIGQUIT, SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL};
 
 termios s_original;
 std::atomic<bool> s_changed{false};
-struct sigaction s_oldActions[sizeof kCrashes / sizeof *kCrashes];
+struct sigaction s_oldActions[sizeof Crashes / sizeof *Crashes];
 
 bool inForeground() { return tcgetpgrp(STDIN_FILENO) == getpgrp(); }
 
@@ -39,8 +39,8 @@ void onStop(int)
 void onCrash(int signal)
 {
     restore();
-    for (std::size_t i = 0; i < sizeof kCrashes / sizeof *kCrashes; ++i)
-        if (kCrashes[i] == signal)
+    for (std::size_t i = 0; i < sizeof Crashes / sizeof *Crashes; ++i)
+        if (Crashes[i] == signal)
             sigaction(signal, &s_oldActions[i], nullptr);
     raise(signal);
 }
@@ -49,14 +49,14 @@ void installHandlers()
 {
     struct sigaction action {};
     action.sa_handler = onCrash;
-    for (std::size_t i = 0; i < sizeof kCrashes / sizeof *kCrashes; ++i)
-        sigaction(kCrashes[i], &action, &s_oldActions[i]);
+    for (std::size_t i = 0; i < sizeof Crashes / sizeof *Crashes; ++i)
+        sigaction(Crashes[i], &action, &s_oldActions[i]);
     struct sigaction old {};
-    if (sigaction(kStops, nullptr, &old) == 0 && old.sa_handler == SIG_IGN)
+    if (sigaction(StopSignals, nullptr, &old) == 0 && old.sa_handler == SIG_IGN)
         return;
     action.sa_handler = onStop;
     action.sa_flags = SA_RESTART;
-    sigaction(kStops, &action, nullptr);
+    sigaction(StopSignals, &action, nullptr);
 }
 
 } // namespace

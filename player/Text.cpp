@@ -11,7 +11,7 @@ namespace avr { namespace player {
 
 namespace {
 
-constexpr std::uint32_t kBillion = 1000000000;
+constexpr std::uint32_t Billion = 1000000000;
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
@@ -36,7 +36,7 @@ bool readFraction(std::string const& text, std::size_t at, std::uint32_t& nanose
         return true;
     if (text[at] != '.' || at + 1 == text.size())
         return false;
-    std::uint32_t unit = kBillion / 10;
+    std::uint32_t unit = Billion / 10;
     for (++at; at < text.size() && isDigit(text[at]); ++at, unit /= 10)
         nanoseconds += std::uint32_t(text[at] - '0') * unit;
     return at == text.size();
@@ -110,7 +110,7 @@ bool parseTime(std::string const& text, kiv::appli::TimeSpec& time)
 
 double toSeconds(kiv::appli::TimeSpec const& time)
 {
-    return time.seconds + double(time.nanoseconds) / kBillion;
+    return time.seconds + double(time.nanoseconds) / Billion;
 }
 
 kiv::appli::TimeSpec toTimeSpec(double seconds)
@@ -118,7 +118,7 @@ kiv::appli::TimeSpec toTimeSpec(double seconds)
     double const longest = std::numeric_limits<std::uint32_t>::max();
     double const inside = std::min(std::max(seconds, 0.0), longest);
     auto const whole = static_cast<std::uint32_t>(inside);
-    return {whole, std::min(static_cast<std::uint32_t>((inside - whole) * kBillion), kBillion - 1)};
+    return {whole, std::min(static_cast<std::uint32_t>((inside - whole) * Billion), Billion - 1)};
 }
 
 std::string lowerCase(std::string text)

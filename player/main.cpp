@@ -61,7 +61,7 @@ int main(int argc, char** argv)
         if (options.task != Options::Task::ShowHelp && options.task != Options::Task::ShowVersion)
             return useLibrary(options);
         bool const help = options.task == Options::Task::ShowHelp;
-        writeText(STDOUT_FILENO, help ? kHelpText : "avrplay " AVR_VERSION "\n");
+        writeText(STDOUT_FILENO, help ? HelpText : "avrplay " AVR_VERSION "\n");
         return AllPlayed;
     } catch (std::exception const& fault) {
         sayError(STDERR_FILENO, fault.what());

@@ -1,10 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <stdexcept>
+#include <random>
 #include <stdlib.h>
 #include <string>
 #include <thread>
@@ -12,25 +13,15 @@
 /// A directory that is gone with the test.
 class TempDir {
 public:
-    TempDir()
-    {
-        std::string name = (std::filesystem::temp_directory_path() / "avr-XXXXXX").string();
-        if (!::mkdtemp(name.data()))
-            throw std::runtime_error("no temporary directory");
-        m_path = name;
-    }
-    ~TempDir()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
-    }
+    TempDir() { m_path = ::mkdtemp(m_path.data()); }
+    ~TempDir() { std::filesystem::remove_all(m_path); }
     TempDir(TempDir const&) = delete;
     TempDir& operator=(TempDir const&) = delete;
 
-    std::string file(std::string const& name) const { return (m_path / name).string(); }
+    std::string file(std::string const& name) const { return m_path + '/' + name; }
 
 private:
-    std::filesystem::path m_path;
+    std::string m_path = std::filesystem::temp_directory_path() / "avr-XXXXXX";
 };
 
 inline void store(std::string const& path, std::string const& content)
@@ -41,18 +32,23 @@ inline void store(std::string const& path, std::string const& content)
 inline std::string contentOf(std::string const& path)
 {
     std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
 /// Generous, for machines that are busy; a test that passes does not wait so long.
 template <typename Condition>
 bool eventually(Condition const& condition)
 {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (!condition() && std::chrono::steady_clock::now() < deadline)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
+    return condition();
+}
+
+inline std::string noise(std::size_t bytes)
+{
+    std::string text(bytes, '\0');
+    std::generate(text.begin(), text.end(),
+                  [random = std::mt19937(1)]() mutable { return char(random()); });
+    return text;
 }

@@ -1,5 +1,3 @@
-#include "PcmQueue.h"
-#include "Sinks.h"
 #include "SoundDevice.h"
 #include "TempDir.h"
 
@@ -10,7 +8,6 @@
 #include <functional>
 #include <mutex>
 #include <random>
-#include <set>
 
 using namespace avr::host;
 
@@ -20,459 +17,244 @@ constexpr PcmFormat Cd{44100, 2, 2};
 constexpr PcmFormat Packed24{48000, 2, 3};
 constexpr int Failed = -10002;
 
-/// What a sink did, and how it is to behave. Outlives the sink.
-struct Script {
-    std::mutex lock;
-    std::string pcm;   ///< guarded by lock
-    std::string calls; ///< guarded by lock: o(pen) f(inish) p(ause) r(esume) d(iscard) c(lose)
-    std::atomic<std::size_t> mostPerWrite{1u << 20};
-    std::atomic<bool> gate{false}; ///< write waits inside while it is set
-    std::atomic<bool> inWrite{false};
-    std::atomic<bool> full{false};  ///< write takes nothing
-    std::atomic<bool> holds{false}; ///< drained() says no
-    std::atomic<bool> throws{false};
-    std::atomic<bool> refuses{false};
-    std::atomic<int> inside{0};
-    std::atomic<int> overlaps{0};
-    std::atomic<int> partFrames{0};
-    std::atomic<int> visits{0};
-
-    std::string log()
-    {
-        std::lock_guard<std::mutex> guard(lock);
-        return calls;
-    }
-    std::string taken()
-    {
-        std::lock_guard<std::mutex> guard(lock);
-        return pcm;
-    }
-};
-
+/// Notes what is asked of it, and behaves as it is told.
 class ScriptedSink : public ISoundSink {
 public:
-    explicit ScriptedSink(Script& script) : m_script(script) {}
+    std::atomic<bool> gate{false}, inWrite{false}; ///< write waits inside while gate is set
+    std::atomic<bool> full{false}, throws{false};
+    std::atomic<bool> holds{false}; ///< drained() says no
+    std::atomic<std::size_t> mostPerWrite{1u << 20};
+    std::atomic<int> faults{0}; ///< two threads inside, or a part of a frame
 
-    bool open(PcmFormat const& format, std::string& error) override
+    std::string pcm() { return locked(m_pcm); }
+    /// o(pen) w(rite) f(inish) ?(drained) p(ause) r(esume) d(iscard) c(lose)
+    std::string calls() { return locked(m_calls); }
+
+    bool open(PcmFormat const& format, std::string&) override
     {
-        Visit visit(m_script, "o");
         m_frameBytes = format.frameBytes();
-        error = "refused";
-        return !m_script.refuses;
+        return enter('o');
     }
-    long write(const std::uint8_t* pcm, std::size_t bytes, std::string&) override
+    long write(const std::uint8_t* data, std::size_t bytes, std::string&) override
     {
-        Visit visit(m_script, "");
-        m_script.inWrite = true;
-        while (m_script.gate)
+        enter('w');
+        inWrite = true;
+        while (gate)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        m_script.inWrite = false;
-        if (m_script.throws)
+        inWrite = false;
+        if (throws)
             throw std::runtime_error("the sink burst");
-        if (bytes == 0 || bytes % m_frameBytes != 0)
-            ++m_script.partFrames;
-        const std::size_t most = m_script.mostPerWrite / m_frameBytes * m_frameBytes;
-        const std::size_t taken = m_script.full ? 0 : std::min(bytes, most);
-        std::lock_guard<std::mutex> guard(m_script.lock);
-        m_script.pcm.append(reinterpret_cast<const char*>(pcm), taken);
-        return long(taken);
+        faults += bytes == 0 || bytes % m_frameBytes != 0;
+        const std::size_t most = full ? 0 : mostPerWrite - mostPerWrite % m_frameBytes;
+        std::lock_guard<std::mutex> guard(m_lock);
+        m_pcm.append(reinterpret_cast<const char*>(data), std::min(bytes, most));
+        return long(std::min(bytes, most));
     }
-    void finish() override { Visit visit(m_script, "f"); }
-    bool drained() override
-    {
-        Visit visit(m_script, "");
-        return !m_script.holds;
-    }
-    void pause(bool paused) override { Visit visit(m_script, paused ? "p" : "r"); }
-    void discard() override { Visit visit(m_script, "d"); }
-    bool close(std::string& error) override
-    {
-        Visit visit(m_script, "c");
-        error = "refused";
-        return !m_script.refuses;
-    }
+    void finish() override { enter('f'); }
+    bool drained() override { return enter('?') && !holds; }
+    void pause(bool paused) override { enter(paused ? 'p' : 'r'); }
+    void discard() override { enter('d'); }
+    bool close(std::string&) override { return enter('c'); }
 
 private:
-    /// Sees whether two threads are ever inside.
-    struct Visit {
-        Visit(Script& script, const char* call) : m_script(script)
-        {
-            script.overlaps += script.inside++ != 0;
-            ++script.visits;
-            std::lock_guard<std::mutex> guard(script.lock);
-            script.calls += call;
-        }
-        ~Visit() { --m_script.inside; }
-        Script& m_script;
-    };
-    Script& m_script;
+    std::string locked(std::string const& text)
+    {
+        std::lock_guard<std::mutex> guard(m_lock);
+        return text;
+    }
+    bool enter(char call)
+    {
+        faults += inWrite;
+        std::lock_guard<std::mutex> guard(m_lock);
+        m_calls += call;
+        return true;
+    }
+    std::mutex m_lock;
+    std::string m_pcm, m_calls; ///< guarded by m_lock
     std::size_t m_frameBytes = 1;
 };
 
-class SoundDeviceTest : public testing::Test {
+class Device : public testing::Test {
 protected:
-    SoundDeviceTest() { device.setSink(std::make_unique<ScriptedSink>(script)); }
-    ~SoundDeviceTest() override
+    Device() { device.setSink(std::unique_ptr<ISoundSink>(sink)); }
+    ~Device() override
     {
-        script.gate = false;
-        EXPECT_EQ(script.overlaps, 0);
-        EXPECT_EQ(script.partFrames, 0);
+        sink->gate = false;
+        EXPECT_EQ(sink->faults, 0);
     }
     void begin(PcmFormat const& format = Cd)
     {
-        std::string error;
         ASSERT_TRUE(device.beginRun(format, error)) << error;
     }
     int put(std::string const& pcm) { return device.put(pcm.data(), pcm.size()); }
-    bool completes()
+    /// Plays what is queued to its end. @return everything that the sink has taken so far
+    std::string playedOut()
     {
-        return eventually([this] { return device.isPlaybackCompleted(); });
+        device.putEofMark(true);
+        EXPECT_TRUE(eventually([this] { return device.isPlaybackCompleted(); }));
+        return sink->pcm();
     }
-    /// A put of `pcm` on a thread of its own that is waiting at the limit when this returns.
-    boost::thread waitingPut(std::atomic<int>& result)
+    void waitInWrite(std::string const& pcm)
+    {
+        sink->gate = true;
+        ASSERT_EQ(put(pcm), 0);
+        ASSERT_TRUE(eventually([this] { return sink->inWrite.load(); }));
+    }
+    /// With a full queue, what a put gives that waits when `end` comes.
+    int waitingPut(std::function<void(boost::thread&)> const& end)
     {
         EXPECT_EQ(put(std::string(200000, 'q')), 0);
-        result = 0;
+        std::atomic<int> result{1};
         boost::thread thread([this, &result] {
-            result = 1;
             try {
                 result = put("late");
             } catch (boost::thread_interrupted const&) {
                 result = 2;
             }
         });
-        EXPECT_TRUE(eventually([&] { return result != 0; }));
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         EXPECT_EQ(result, 1) << "put did not wait";
-        return thread;
+        end(thread);
+        thread.join();
+        return result;
     }
 
-    Script script;
+    ScriptedSink* const sink = new ScriptedSink;
     SoundDevice device;
+    std::string error;
 };
-
-std::string noise(std::size_t bytes, unsigned seed = 1)
-{
-    std::mt19937 random(seed);
-    std::string text(bytes, '\0');
-    for (char& letter : text)
-        letter = char(random());
-    return text;
-}
 
 } // namespace
 
-TEST_F(SoundDeviceTest, BlocksOfAnySizeArriveWholeAndInOrder)
+TEST_F(Device, ASlowSinkGetsEveryFrameToTheVeryEnd)
 {
-    const std::string tune = noise(6 * 50000);
-    script.mostPerWrite = 1500;
+    const std::string tune = noise(6 * 50000); // 50,000 frames
+    sink->mostPerWrite = 1500;
     begin(Packed24);
+    boost::thread stutter([this] {
+        for (; !boost::this_thread::interruption_requested(); sink->full = !sink->full)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    });
     std::mt19937 random(7);
-    for (std::size_t at = 0; at < tune.size();) {
-        const std::size_t bytes =
-            std::min<std::size_t>(random() % 9000 % (1 + random() % 9000), tune.size() - at);
+    for (std::size_t at = 0, bytes = 0; at < tune.size(); at += bytes) {
+        bytes = std::min<std::size_t>(random() % 9000 % (1 + random() % 9000), tune.size() - at);
         ASSERT_EQ(device.put(tune.data() + at, bytes), 0);
-        at += bytes;
     }
-    device.putEofMark(true);
-    ASSERT_TRUE(completes());
-    EXPECT_TRUE(script.taken() == tune);
+    EXPECT_TRUE(playedOut() == tune);
     EXPECT_EQ(device.bytesTaken(), 300000u);
-    EXPECT_EQ(script.log(), "of");
+    stutter.interrupt();
+    stutter.join();
 }
 
-TEST(PcmQueue, RecyclesItsChunks)
+TEST_F(Device, CompletedOnlyWhenTheSinkIsEmptyToo)
 {
-    PcmQueue queue(6);
-    std::set<const void*> chunks;
-    std::vector<PcmQueue::Chunk> elsewhere; // gets whatever memory the queue gives back
-    for (int block = 0; block < 200; ++block) {
-        const std::string pcm(20000 + std::size_t(block % 7), 'x');
-        queue.push(reinterpret_cast<const std::uint8_t*>(pcm.data()), pcm.size());
-        while (queue.bytes() != 0) {
-            chunks.insert(queue.take().data());
-            elsewhere.emplace_back(16 * 1024);
-        }
-    }
-    EXPECT_LE(chunks.size(), 6u);
-}
-
-TEST_F(SoundDeviceTest, CompletedOnlyWhenTheSinkIsEmptyToo)
-{
-    EXPECT_FALSE(device.isPlaybackCompleted());
     begin();
-    script.holds = true;
-    script.gate = true;
-    ASSERT_EQ(put("abcdefgh"), 0);
+    sink->holds = true;
+    waitInWrite("abcdefgh");
     device.putEofMark(true);
-    ASSERT_TRUE(eventually([this] { return script.inWrite.load(); }));
     EXPECT_FALSE(device.isPlaybackCompleted()) << "the block is being written";
-    script.gate = false;
-    ASSERT_TRUE(eventually([this] { return script.log() == "of"; }));
+    sink->gate = false;
+    ASSERT_TRUE(eventually([this] { return sink->calls().substr(0, 4) == "owf?"; }));
     EXPECT_FALSE(device.isPlaybackCompleted()) << "the sink holds it";
     device.pause(true);
-    script.holds = false;
-    ASSERT_TRUE(eventually([this] { return script.log() == "ofp"; }));
-    EXPECT_FALSE(device.isPlaybackCompleted()) << "paused";
+    ASSERT_TRUE(eventually([this] { return sink->calls().back() == 'p'; }));
+    sink->holds = false;
+    ASSERT_EQ(put("ijkl"), 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(40));
+    EXPECT_EQ(sink->calls().back(), 'p') << "a paused sink is left alone";
     device.pause(false);
-    EXPECT_TRUE(completes());
-    device.putEofMark(false);
-    EXPECT_FALSE(device.isPlaybackCompleted());
+    EXPECT_EQ(playedOut(), "abcdefghijkl");
     // The next track begins with nothing of the last one, and an unfinished frame ends nothing.
+    device.pause(true);
     begin();
     EXPECT_FALSE(device.getEofMark());
     ASSERT_EQ(put("abcdef"), 0);
-    device.putEofMark(true);
-    ASSERT_TRUE(completes());
-    EXPECT_EQ(script.taken(), "abcdefghabcd");
+    EXPECT_EQ(playedOut(), "abcdefghijklabcd");
 }
 
-TEST_F(SoundDeviceTest, NothingQueuedIsComplete)
+TEST_F(Device, AFullQueueHoldsThePutUntilThereIsRoomOrAnEnd)
 {
-    device.putEofMark(true);
-    EXPECT_TRUE(device.isPlaybackCompleted()) << "no run at all";
+    sink->full = true;
     begin();
-    EXPECT_FALSE(device.isPlaybackCompleted()) << "no mark";
-    device.putEofMark(true);
-    EXPECT_TRUE(device.isPlaybackCompleted());
-    device.pause(true);
-    EXPECT_FALSE(device.isPlaybackCompleted());
-}
-
-TEST_F(SoundDeviceTest, AnIdleDeviceLeavesTheSinkAlone)
-{
-    begin();
-    ASSERT_EQ(put("abcd"), 0);
-    device.putEofMark(true);
-    ASSERT_TRUE(completes());
-    const int visits = script.visits;
-    std::this_thread::sleep_for(std::chrono::milliseconds(60));
-    EXPECT_EQ(script.visits, visits);
-    // Paused while the sink plays its rest: not asked either.
-    script.holds = true;
-    ASSERT_EQ(put("abcd"), 0);
-    ASSERT_TRUE(eventually([&] { return script.log() == "off"; }));
-    device.pause(true);
-    ASSERT_TRUE(eventually([&] { return script.log() == "offp"; }));
-    const int paused = script.visits;
-    std::this_thread::sleep_for(std::chrono::milliseconds(60));
-    EXPECT_EQ(script.visits, paused);
-}
-
-TEST_F(SoundDeviceTest, AFullQueueHoldsThePutUntilThereIsRoom)
-{
-    script.full = true;
-    begin();
-    std::atomic<int> result{};
-    boost::thread thread = waitingPut(result);
-    script.full = false;
-    thread.join();
-    EXPECT_EQ(result, 0);
-    // Below the limit a block of any size is taken at once.
-    script.full = true;
-    ASSERT_EQ(put(std::string(5000000, 'b')), 0);
-    script.full = false;
-    device.putEofMark(true);
-    ASSERT_TRUE(completes());
-    EXPECT_EQ(device.bytesTaken(), 5200004u);
-}
-
-TEST_F(SoundDeviceTest, AWaitingPutEndsWithStopDiscardOrInterruption)
-{
-    script.full = true;
-    std::atomic<int> result{};
-    begin();
-    boost::thread interrupted = waitingPut(result);
-    interrupted.interrupt();
-    interrupted.join();
-    EXPECT_EQ(result, 2);
+    EXPECT_EQ(waitingPut([](boost::thread& thread) { thread.interrupt(); }), 2);
     device.discard();
-    boost::thread dropped = waitingPut(result);
+    EXPECT_EQ(waitingPut([this](boost::thread&) { device.discard(); }), 0);
     device.discard();
-    dropped.join();
-    EXPECT_EQ(result, 0);
-    boost::thread stopped = waitingPut(result);
-    device.stop();
+    EXPECT_EQ(waitingPut([this](boost::thread&) { device.stop(); }), Failed);
     EXPECT_EQ(put("abcd"), Failed);
     begin();
-    stopped.join();
-    EXPECT_EQ(result, Failed) << "a put of the stopped run got into the next one";
-    script.full = false;
-    EXPECT_EQ(put("abcd"), 0);
-    device.putEofMark(true);
-    ASSERT_TRUE(completes());
-    EXPECT_EQ(script.taken(), "abcd") << "something dropped was played";
+    // Below the limit a block of any size is taken at once.
+    ASSERT_EQ(put("abcd"), 0);
+    EXPECT_EQ(waitingPut([this](boost::thread&) { sink->full = false; }), 0);
+    EXPECT_EQ(playedOut(), "abcd" + std::string(200000, 'q') + "late");
 }
 
-TEST_F(SoundDeviceTest, ASeekDropsTheRestOfTheBlockBeingWritten)
+TEST_F(Device, ASeekDropsTheRestOfTheBlockBeingWritten)
 {
     begin();
-    script.mostPerWrite = 4;
-    script.gate = true;
-    ASSERT_EQ(put("old1old2old3"), 0);
+    sink->mostPerWrite = 4;
+    waitInWrite("old1old2old3");
     device.putEofMark(true);
-    ASSERT_TRUE(eventually([this] { return script.inWrite.load(); }));
     device.discard();
     EXPECT_FALSE(device.getEofMark());
     ASSERT_EQ(put("new1new2"), 0);
-    script.gate = false;
-    device.putEofMark(true);
-    ASSERT_TRUE(completes());
-    EXPECT_EQ(script.taken(), "old1new1new2");
-    EXPECT_EQ(script.log(), "odf");
+    sink->gate = false;
+    EXPECT_EQ(playedOut(), "old1new1new2");
+    EXPECT_EQ(sink->calls().substr(0, 6), "owdwwf");
     // Half a frame from before a seek does not shift the frames after it.
     ASSERT_EQ(put("ol"), 0);
     device.discard();
     ASSERT_EQ(put("new3"), 0);
-    device.putEofMark(true);
-    ASSERT_TRUE(completes());
-    EXPECT_EQ(script.taken(), "old1new1new2new3");
+    EXPECT_EQ(playedOut(), "old1new1new2new3");
 }
 
-TEST_F(SoundDeviceTest, PausedPcmIsKept)
+TEST_F(Device, AFailedSinkEndsTheRunAndTheNextMayWork)
 {
+    sink->full = true;
     begin();
-    device.pause(true);
-    ASSERT_TRUE(eventually([this] { return script.log() == "op"; }));
-    ASSERT_EQ(put("abcdefgh"), 0);
-    std::this_thread::sleep_for(std::chrono::milliseconds(30));
-    EXPECT_EQ(script.taken(), "");
-    device.pause(true);
-    device.pause(false);
-    device.putEofMark(true);
-    ASSERT_TRUE(completes());
-    EXPECT_EQ(script.taken(), "abcdefgh");
-    EXPECT_EQ(script.log(), "oprf");
-    // A run that begins while paused does not stay silent, and the sink hears of it.
-    device.pause(true);
-    ASSERT_TRUE(eventually([this] { return script.log() == "oprfp"; }));
-    begin();
-    EXPECT_EQ(script.log(), "oprfpro");
-}
-
-TEST_F(SoundDeviceTest, AFailedSinkEndsTheRunAndTheNextMayWork)
-{
-    script.full = true;
-    begin();
-    std::atomic<int> result{};
-    boost::thread thread = waitingPut(result);
-    script.throws = true;
-    thread.join();
-    EXPECT_EQ(result, Failed);
+    EXPECT_EQ(waitingPut([this](boost::thread&) { sink->throws = true; }), Failed);
     EXPECT_EQ(device.failure(), "the sink burst");
-    EXPECT_EQ(put("abcd"), Failed);
     EXPECT_FALSE(device.isPlaybackCompleted()) << "no mark";
     device.putEofMark(true);
     EXPECT_TRUE(device.isPlaybackCompleted());
 
-    script.throws = script.full = false;
-    begin();
+    sink->throws = sink->full = false;
+    begin({0xFFFFFFFFu, 0xFFFF, 4});
     EXPECT_EQ(device.failure(), "");
     EXPECT_EQ(put("abcd"), 0);
-
-    script.refuses = true;
-    std::string error;
-    EXPECT_FALSE(device.beginRun(Packed24, error));
-    EXPECT_EQ(error, "refused");
+    EXPECT_EQ(device.put(nullptr, 4), Failed);
+    EXPECT_FALSE(device.beginRun({8000, 1, 5}, error));
     EXPECT_EQ(put("abcd"), Failed);
-    error.clear();
-    EXPECT_FALSE(device.closeSink(error));
-    EXPECT_EQ(error, "refused");
-    EXPECT_FALSE(device.beginRun(Cd, error)) << "there is no sink any more";
-    EXPECT_FALSE(error.empty());
 }
 
-TEST_F(SoundDeviceTest, FormatsThatCannotBe)
+TEST_F(Device, AnythingAtOnceAndThenATuneIsWhole)
 {
-    for (PcmFormat const& format : {PcmFormat{0, 2, 2}, PcmFormat{44100, 0, 2},
-                                    PcmFormat{44100, 2, 0}, PcmFormat{8000, 1, 5}}) {
-        std::string error;
-        EXPECT_FALSE(device.beginRun(format, error));
-        EXPECT_FALSE(error.empty());
-        EXPECT_EQ(put("abcd"), Failed);
-    }
-    EXPECT_EQ(script.log(), "");
-    begin({0xFFFFFFFFu, 0xFFFF, 4});
-    EXPECT_EQ(put("abcd"), 0);
-}
-
-TEST_F(SoundDeviceTest, BeginRunWaitsUntilTheThreadIsOutOfTheSink)
-{
-    begin();
-    script.gate = true;
-    ASSERT_EQ(put("abcd"), 0);
-    ASSERT_TRUE(eventually([this] { return script.inWrite.load(); }));
-    device.stop();
-    std::atomic<bool> begun{false};
-    std::thread thread([&] {
-        begin(Packed24);
-        begun = true;
-    });
-    std::this_thread::sleep_for(std::chrono::milliseconds(30));
-    EXPECT_FALSE(begun);
-    EXPECT_EQ(script.log(), "o");
-    script.gate = false;
-    thread.join();
-    EXPECT_EQ(script.log().back(), 'o');
-}
-
-TEST_F(SoundDeviceTest, AnythingAtOnceAndThenATuneIsWhole)
-{
-    begin();
-    script.mostPerWrite = 700;
+    sink->mostPerWrite = 700;
+    const std::function<void(unsigned)> acts[] = {
+        [&](unsigned any) { put(std::string(any % 3000, 'x')); },
+        [&](unsigned any) { put(std::string(any % 70000, 'y')); },
+        [&](unsigned any) { device.pause(any % 3 == 0); },
+        [&](unsigned any) { any % 2 ? device.discard() : device.putEofMark(any % 4 < 2); },
+        [&](unsigned any) { sink->holds = any % 2 && !device.isPlaybackCompleted(); },
+    };
     std::atomic<bool> over{false};
-    const auto repeat = [&](std::function<void(unsigned)> act, unsigned seed) {
-        return boost::thread([&over, act, seed] {
-            std::mt19937 random(seed);
-            while (!over)
+    boost::thread_group many;
+    for (auto const& act : acts)
+        many.create_thread([&] {
+            for (std::mt19937 random(1); !over;)
                 act(unsigned(random()));
         });
-    };
-    boost::thread many[] = {
-        repeat([&](unsigned any) { put(std::string(any % 3000, 'x')); }, 1),
-        repeat([&](unsigned any) { put(std::string(any % 70000, 'y')); }, 2),
-        repeat([&](unsigned any) { device.pause(any % 3 == 0); }, 3),
-        repeat([&](unsigned any) { any % 2 ? device.discard() : device.putEofMark(any % 4 < 2); },
-               4),
-        repeat(
-            [&](unsigned any) {
-                script.holds = any % 2;
-                device.isPlaybackCompleted();
-            },
-            5),
-    };
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(400);
-    for (int round = 0; std::chrono::steady_clock::now() < end; ++round) {
-        std::string error;
+    for (int round = 0; round < 150; ++round) {
         device.stop();
-        device.beginRun(round % 2 ? Cd : Packed24, error);
-        if (round % 16 == 15)
-            device.setSink(std::make_unique<ScriptedSink>(script));
+        begin(round % 2 ? Cd : Packed24);
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
     over = true;
     device.stop();
-    for (boost::thread& thread : many)
-        thread.join();
-
-    script.holds = false;
+    many.join_all();
+    sink->holds = false;
     begin(Packed24);
-    const std::size_t before = script.taken().size();
-    const std::string tune = noise(600000, 9);
-    ASSERT_EQ(put(tune), 0);
-    device.putEofMark(true);
-    ASSERT_TRUE(completes());
-    EXPECT_TRUE(script.taken().substr(before) == tune);
-}
-
-TEST(SoundDevice, TheDecodersSeeTheProcessesOwn)
-{
-    EXPECT_EQ(Avr::Player::soundDeviceThread::getInstance(), &SoundDevice::instance());
-    // Ending the process with its thread running must be clean.
-    SoundDevice& device = SoundDevice::instance();
-    device.setSink(makeNullSink(Pace::Realtime));
-    std::string error;
-    ASSERT_TRUE(device.beginRun({44100, 2, 2}, error)) << error;
-    EXPECT_EQ(device.put("abcd", 4), 0);
-    EXPECT_EQ(device.put(nullptr, 4), Failed);
+    const std::size_t before = sink->pcm().size();
+    ASSERT_EQ(put(noise(600000)), 0);
+    EXPECT_TRUE(playedOut().substr(before) == noise(600000));
 }
