@@ -18,6 +18,7 @@ namespace {
 
 constexpr int WaitsPerRead = 5;
 constexpr int ToleratedTimeouts = 2; ///< without any change of the fill
+constexpr Deadlines::Milliseconds WaitSlice(50);
 
 /// A stream that throws has failed.
 int readOnce(BufferStream& stream, void* buf, unsigned int len, unsigned int& got)
@@ -62,9 +63,8 @@ BufferedRead::Outcome BufferedRead::fill(DecoderImple& engine, const char* name,
         int result = Ok;
         {
             DecoderLock lock(engine.decoderLock());
-            if (m_repositions != engine.repositions())
+            if (engine.newPosition())
                 done = 0;
-            m_repositions = engine.repositions();
             result = readOnce(*stream, static_cast<char*>(buf) + done, len - done, got);
         }
         if (result >= 0) {
@@ -80,6 +80,19 @@ BufferedRead::Outcome BufferedRead::fill(DecoderImple& engine, const char* name,
     return {done, GaveUp};
 }
 
+/// One wait for data, in slices: a stream that does not notice its Close must not hold the run up.
+int BufferedRead::waitOnce(DecoderImple& engine, BufferStream& stream)
+{
+    auto const report = [this, &engine](int percent) { bufferStatus(engine, percent); };
+    for (auto left = deadlines().readWait; left.count() > 0; left -= WaitSlice) {
+        int const slice = static_cast<int>(std::min(left, WaitSlice).count());
+        int const result = stream.WaitForReadable(slice, report);
+        if (result != BufferStream::TimedOut || !engine.IsDecoding())
+            return result;
+    }
+    return BufferStream::TimedOut;
+}
+
 /// @return false when it makes no sense to read again
 bool BufferedRead::waitForData(DecoderImple& engine, const char* name, BufferStream& stream)
 {
@@ -87,11 +100,11 @@ bool BufferedRead::waitForData(DecoderImple& engine, const char* name, BufferStr
     int timeouts = 0;
     for (int wait = 0; wait < WaitsPerRead; ++wait) {
         int const statusBefore = m_lastStatus;
-        int const result =
-            stream.WaitForReadable(static_cast<int>(deadlines().readWait.count()),
-                                   [this, &engine](int percent) { bufferStatus(engine, percent); });
+        int const result = waitOnce(engine, stream);
         if (result >= 0)
             return true;
+        if (!engine.IsDecoding())
+            return false;
         if (result != BufferStream::TimedOut) {
             std::fprintf(stderr, "[BufferReaderModule::%s] WaitForReadable error, %ld\n", name,
                          static_cast<long>(result));
@@ -110,14 +123,14 @@ bool BufferedRead::waitForData(DecoderImple& engine, const char* name, BufferStr
 void BufferedRead::interruptPlayback(DecoderImple& engine, int result) const
 {
     DecoderLock lock(engine.decoderLock());
-    if (m_repositions == engine.repositions())
+    if (engine.isAtReadPosition())
         engine.Interrunpt(result);
 }
 
 void BufferedRead::putEofMark(DecoderImple& engine) const
 {
     DecoderLock lock(engine.decoderLock());
-    if (m_repositions == engine.repositions())
+    if (engine.isAtReadPosition())
         engine.PutEofMarkToSoundDevice();
 }
 

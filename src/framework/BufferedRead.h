@@ -19,8 +19,8 @@ public:
         unsigned int bytes; ///< collected, also when it failed
         int result;         ///< 0 = all of them; GaveUp; else the stream's failure
     };
-    /// The wait for data failed or took too long.
-    static constexpr int GaveUp = BufferStream::TimedOut;
+    /// The wait for data failed or took too long. Positive: no stream fails with it.
+    static constexpr int GaveUp = 1;
 
     /// Any thread.
     BufferStreamPtr stream() const;
@@ -44,11 +44,11 @@ public:
     void bufferStatus(DecoderImple& engine, int percent);
 
 private:
+    int waitOnce(DecoderImple& engine, BufferStream& stream);
     bool waitForData(DecoderImple& engine, const char* name, BufferStream& stream);
 
     BufferStreamPtr m_stream; ///< by atomic load and store
     std::atomic<int> m_lastStatus{0};
-    unsigned int m_repositions = 0; ///< the engine's, as of the last read; guarded by decoder lock
 };
 
 }} // namespace Avr::Decoder

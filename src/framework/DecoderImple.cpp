@@ -35,9 +35,9 @@ int DecoderImple::Open(StreamPtr stream, Callback* callback)
         m_waveFormat = tWAVEFORMAT();
         m_streamInfo = DecoderStreamInfo();
     }
+    prepareRun();
     if (!stream)
         return ErrorFailed;
-    prepareRun();
     logLine("[DecoderImple::Open()] start thread.");
     int const result = startRun(stream, callback);
     logLine("[DecoderImple::Open()] finished.");
@@ -54,7 +54,6 @@ int DecoderImple::startRun(StreamPtr const& stream, Callback* callback)
 {
     logLine("[DecoderImple::Open()] make thread.");
     try {
-        int const capabilities = stream->GetCapabilities();
         boost::thread::attributes attributes;
         if (deadlines().threadStackBytes != 0)
             attributes.set_stack_size(deadlines().threadStackBytes);
@@ -63,14 +62,13 @@ int DecoderImple::startRun(StreamPtr const& stream, Callback* callback)
         Lock lock(m_stateLock);
         m_interruptRequested = false;
         m_thread = boost::thread(attributes, [this] { PrecessThread(); });
-        m_streamCapabilities = capabilities;
         m_stream = stream;
         m_callback = callback;
         m_pausePending = false;
         m_phase = Phase::Opening;
         m_state = State::PreDecoding;
         return Ok;
-    } catch (...) { // no thread to be had, or the stream threw
+    } catch (...) { // no thread to be had
         return ErrorFailed;
     }
 }
@@ -117,30 +115,26 @@ int DecoderImple::Resume()
 
 int DecoderImple::Close()
 {
-    logLine("[DecoderImple::Close()] called");
     // From inside a run nobody can wait for it.
     if (ThreadPlace::isAt(*this, ThreadPlace::Kind::DecodingThread) ||
         ThreadPlace::isAt(*this, ThreadPlace::Kind::Callback)) {
         closeFromWithin();
     } else {
-        boost::this_thread::disable_interruption whole;
         boost::lock_guard<boost::mutex> serial(m_openCloseLock);
         closeRun();
     }
-    logLine("[DecoderImple::Close()] end !!");
     return Ok;
 }
 
 void DecoderImple::closeFromWithin()
 {
+    logLine("[DecoderImple::Close()] called");
     {
         Lock lock(m_stateLock);
-        if (m_phase == Phase::Idle)
-            return;
         // A decoder that gives up inside openHook still reports why: events 11 or 12, then 1.
         bool const byDecoderItself =
             m_phase == Phase::Opening && !ThreadPlace::isAt(*this, ThreadPlace::Kind::Callback);
-        if (!byDecoderItself)
+        if (!byDecoderItself && m_phase != Phase::Idle)
             m_closedFromWithin = true;
         // Inside a seek's callback: the decoding thread may wait anywhere, in OnSample too.
         if (!ThreadPlace::isAt(*this, ThreadPlace::Kind::DecodingThread))
@@ -148,11 +142,14 @@ void DecoderImple::closeFromWithin()
         m_wake.notify_all();
     }
     closeStream("close stream");
+    logLine("[DecoderImple::Close()] end !!");
 }
 
 /// Runs on a caller's thread, with m_openCloseLock held.
 void DecoderImple::closeRun()
 {
+    boost::this_thread::disable_interruption whole; // the join must not be left half-way
+    logLine("[DecoderImple::Close()] called");
     {
         Lock lock(m_stateLock);
         m_closeInProgress = true;
@@ -169,11 +166,15 @@ void DecoderImple::closeRun()
     if (ending.joinable())
         joinRun(ending);
     logLine("[DecoderImple::Close()] playing thread has ended");
-    Lock lock(m_stateLock);
-    m_closeInProgress = false;
+    {
+        Lock lock(m_stateLock);
+        m_closeInProgress = false;
+    }
+    logLine("[DecoderImple::Close()] end !!");
 }
 
-/// Closes the stream again and again until the thread has ended: it may have been about to open.
+/// Closes the stream and interrupts the thread again and again until it has ended: it may have been
+/// about to open or to read, and a callback may have swallowed an interruption.
 void DecoderImple::joinRun(boost::thread& thread)
 {
     using Clock = boost::chrono::steady_clock;
@@ -184,6 +185,7 @@ void DecoderImple::joinRun(boost::thread& thread)
     logLine("[DecoderImple::Close()] try to join!!");
     Clock::time_point nextReport = Clock::now() + report;
     while (!thread.try_join_for(again)) {
+        thread.interrupt();
         if (Clock::now() < nextReport) {
             closeStream(nullptr);
             continue;
@@ -221,33 +223,17 @@ int DecoderImple::GetWaveFormat(tWAVEFORMAT& format) const
 int DecoderImple::Interrunpt()
 {
     Lock lock(m_stateLock);
-    if (m_phase == Phase::Idle || m_phase == Phase::Ending)
-        return Ok;
-    m_interruptRequested = true;
-    m_thread.interrupt();
+    interruptRun();
     return Ok;
 }
 
-int DecoderImple::Interrunpt(long result)
+/// With m_stateLock held.
+void DecoderImple::interruptRun()
 {
-    {
-        Lock lock(m_stateLock);
-        if (m_phase == Phase::Idle || m_phase == Phase::Ending)
-            return Ok;
-        if (result == ResultEndOfStream && m_phase != Phase::Playing)
-            return Ok;
-        if (result < 0 && result != ResultEndOfStream)
-            m_state = State::Error;
-    }
-    if (result == ResultEndOfStream) {
-        if (!GetEofMarkFromSoundDevice()) {
-            PutEofMarkToSoundDevice();
-            return Ok;
-        }
-        if (!decideEndOfStream())
-            return Ok;
-    }
-    return Interrunpt();
+    if (m_phase == Phase::Idle || m_phase == Phase::Ending)
+        return;
+    m_interruptRequested = true;
+    m_thread.interrupt();
 }
 
 void DecoderImple::ResetStream(StreamPtr const& stream)

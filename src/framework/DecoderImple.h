@@ -11,6 +11,7 @@
 #include <boost/thread/thread.hpp>
 
 #include <atomic>
+#include <utility>
 
 namespace Avr { namespace Decoder {
 
@@ -42,7 +43,7 @@ public:
     int GetCurrentState() const { return m_state; }
     int GetWaveFormat(tWAVEFORMAT& format) const;
 
-    // For the play loops; decoding thread. DecoderThread.cpp.
+    // For the play loops; decoding thread. DecoderThread.cpp, EndOfTrack.cpp.
 
     /// Between blocks: waits while the state is Paused. Always 0.
     /// Throws boost::thread_interrupted when the run is to end meanwhile.
@@ -59,7 +60,8 @@ public:
     };
     /// The head of a play loop: waits out the end of the track.
     Pass nextPass();
-    /// Hands a block to the player, without a lock, and never between a seek and its event 10.
+    /// Hands a block to the player, without a lock, and never between a seek and its event 10; a
+    /// block that a seek overtook is dropped.
     /// @return OnSample's result; -10002 for a null buffer or callback, or when closing
     int SendOnSample(const void* pcm, unsigned int bytes, TimeSpec* duration);
 
@@ -87,8 +89,18 @@ public:
 
     /// Held around every read and seek of the input, never around a callback.
     boost::recursive_mutex& decoderLock() { return m_decoderLock; }
-    /// How often the input was repositioned; guarded by the decoder lock.
-    unsigned int& repositions() { return m_repositions; }
+    // Repositioning, with the decoder lock held. A block that was read before the last move belongs
+    // to the old position: it is begun anew, or dropped when it is delivered too late.
+
+    /// The input was repositioned, within a SeekScope or openHook.
+    void repositioned() { ++m_repositions; }
+    /// Before each read for a block: whether the input was repositioned since the last one.
+    bool newPosition() { return std::exchange(m_readPosition, m_repositions) != m_repositions; }
+    /// Whether it was not.
+    bool isAtReadPosition() const { return m_readPosition == m_repositions; }
+
+    /// Whether an interruption may be thrown on: the decoding thread, before the run's end.
+    bool mayBeInterrupted() const;
 
     /// A seek in progress: the run cannot end, and no block is delivered, while it lives.
     class SeekScope {
@@ -140,6 +152,7 @@ private:
     void joinRun(boost::thread& thread);
     bool isRunAlive() const;
     int startRun(StreamPtr const& stream, Callback* callback);
+    void interruptRun();
     bool beginSeek();
     void endSeek();
 
@@ -152,8 +165,11 @@ private:
     void enterDecoding();
     void PostDecoding(long result);
     void SetCloseState();
-    bool decideEndOfStream();
     void setState(int state);
+
+    // The end-of-track handshake.
+    void endOfData();
+    bool decideEndOfStream();
     Avr::Player::soundDeviceThread& soundDevice();
 
     bool isClosing() const { return m_closeInProgress || m_closedFromWithin; }
@@ -181,7 +197,10 @@ private:
     std::atomic<Avr::Player::soundDeviceThread*> m_soundDevice{nullptr};
 
     boost::recursive_mutex m_decoderLock;
-    unsigned int m_repositions = 0; // guarded by m_decoderLock
+    // Both guarded by m_decoderLock. The first changes only during a seek, the second on the
+    // decoding thread, which may therefore compare them while no seek is running.
+    unsigned int m_repositions = 0;
+    unsigned int m_readPosition = 0; ///< m_repositions as of the last read
 };
 
 }} // namespace Avr::Decoder

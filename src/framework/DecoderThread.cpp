@@ -25,11 +25,6 @@ void raisePriority()
             std::to_string(getpriority(PRIO_PROCESS, 0)));
 }
 
-boost::chrono::milliseconds boostTime(std::chrono::milliseconds time)
-{
-    return boost::chrono::milliseconds(time.count());
-}
-
 } // namespace
 
 void DecoderImple::PrecessThread()
@@ -102,6 +97,7 @@ bool DecoderImple::openStream(Stream& stream)
 
 int DecoderImple::openFailed(Stream& stream)
 {
+    boost::this_thread::disable_interruption whole;
     int streamError = 1;
     try {
         streamError = stream.GetErrorStatus();
@@ -153,8 +149,8 @@ int DecoderImple::PauseCheck()
         return Ok;
     while (m_state == State::Paused && !isClosing()) {
         SendEvent(EventPaused);
-        auto const reportAgain =
-            boost::chrono::steady_clock::now() + boostTime(deadlines().pauseReport);
+        auto const reportAgain = boost::chrono::steady_clock::now() +
+                                 boost::chrono::milliseconds(deadlines().pauseReport.count());
         Lock lock(m_stateLock);
         while (m_state == State::Paused && !isClosing()) {
             if (m_wake.wait_until(lock, reportAgain) == boost::cv_status::timeout)
@@ -175,46 +171,6 @@ int DecoderImple::InterruptionPoint()
     return Ok;
 }
 
-int DecoderImple::eofCommonProcess()
-{
-    if (!GetEofMarkFromSoundDevice())
-        return 0;
-    if (decideEndOfStream())
-        return ResultEndOfStream;
-    boost::this_thread::sleep_for(boostTime(deadlines().endPoll));
-    return 1;
-}
-
-/// Enters EndOfStream when the sound device has completed, unless a seek came between: it takes
-/// the end mark back in its event 10.
-bool DecoderImple::decideEndOfStream()
-{
-    unsigned int seeksBefore = 0;
-    {
-        Lock lock(m_stateLock);
-        seeksBefore = m_seeksBegun;
-    }
-    if (!isPlaybackCompletedFromSoundDevice())
-        return false;
-    Lock lock(m_stateLock);
-    if (m_seeksRunning != 0 || m_seeksBegun != seeksBefore || m_phase != Phase::Playing)
-        return false;
-    m_state = State::EndOfStream;
-    return true;
-}
-
-DecoderImple::Pass DecoderImple::nextPass()
-{
-    while (IsDecoding()) {
-        int const end = eofCommonProcess();
-        if (end == 0)
-            return Pass::Decode;
-        if (end == ResultEndOfStream)
-            return Pass::PlayedOut;
-    }
-    return Pass::Stopped;
-}
-
 int DecoderImple::SendOnSample(const void* pcm, unsigned int bytes, TimeSpec* duration)
 {
     Callback* callback = nullptr;
@@ -224,6 +180,8 @@ int DecoderImple::SendOnSample(const void* pcm, unsigned int bytes, TimeSpec* du
             m_wake.wait(lock);
         if (isClosing())
             return ErrorFailed;
+        if (m_readPosition != m_repositions)
+            return Ok; // a seek overtook the block: it belongs to the old position
         callback = m_callback;
     }
     if (pcm == nullptr || callback == nullptr)
@@ -253,27 +211,23 @@ void DecoderImple::SendEvent(int event, void* data, unsigned int size)
     try {
         callback->OnEvent(event, data, size);
     } catch (boost::thread_interrupted&) {
-        throw;
+        if (mayBeInterrupted())
+            throw;
     } catch (...) { // the player's own trouble
     }
 }
 
-int DecoderImple::interruptedResult() const
+/// An interruption passes through a run, not out of a player's call and not through a run's end.
+bool DecoderImple::mayBeInterrupted() const
 {
-    return m_state == State::EndOfStream ? ResultEndOfStream : ErrorFailed;
+    return ThreadPlace::isAt(*this, ThreadPlace::Kind::DecodingThread) &&
+           boost::this_thread::interruption_enabled();
 }
 
 void DecoderImple::setState(int state)
 {
     Lock lock(m_stateLock);
     m_state = state;
-}
-
-Avr::Player::soundDeviceThread& DecoderImple::soundDevice()
-{
-    if (m_soundDevice == nullptr)
-        m_soundDevice = Avr::Player::soundDeviceThread::getInstance();
-    return *m_soundDevice;
 }
 
 void DecoderImple::PostDecoding(long result)
@@ -307,17 +261,20 @@ void DecoderImple::SetCloseState()
         }
         logLine("[DecoderImple::SetCloseState()] closed");
     }
-    StreamPtr finished; // released after the lock
     {
         Lock lock(m_stateLock);
         while (m_seeksRunning != 0)
             m_wake.wait(lock);
-        finished.swap(m_stream);
     }
-    finished.reset();
     try {
         closeHook();
     } catch (...) { // the run ends all the same
+    }
+    {
+        // Not earlier: Close repeats the stream's Close while closeHook waits for a read to end.
+        StreamPtr finished; // released after the lock
+        Lock lock(m_stateLock);
+        finished.swap(m_stream);
     }
     logLine("[DecoderImple::SetCloseState()] send close event");
     SendEvent(EventClosed);

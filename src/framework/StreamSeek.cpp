@@ -10,7 +10,6 @@ using namespace kiv::appli;
 
 namespace {
 
-/// A stream that throws has failed.
 template <class Move>
 int reposition(DecoderImple& engine, Move move)
 {
@@ -19,12 +18,12 @@ int reposition(DecoderImple& engine, Move move)
     try {
         result = move();
     } catch (boost::thread_interrupted&) {
-        throw;
-    } catch (...) {
-        return ErrorFailed;
+        if (engine.mayBeInterrupted())
+            throw;
+    } catch (...) { // a stream that throws has failed
     }
     if (result >= 0)
-        ++engine.repositions();
+        engine.repositioned();
     return result;
 }
 

@@ -60,7 +60,7 @@ public:
     /// @return bytes of PCM
     unsigned int convert(unsigned int got)
     {
-        unsigned int const all = m_carried + std::min(got, roomBytes());
+        unsigned int const all = m_carried + got;
         unsigned int const words = all / 2;
         kiv::sound::transEndian(m_in.data(), m_out.data(), words);
         m_carried = all % 2;
@@ -71,8 +71,6 @@ public:
     /// The stream was repositioned: what was carried belongs elsewhere.
     void forget() { m_carried = 0; }
     const void* pcm() const { return m_out.data(); }
-
-    unsigned int repositions = 0; ///< the engine's, as of the last read
 
 private:
     unsigned int bytes() const { return static_cast<unsigned int>(m_in.size() * sizeof(short)); }
@@ -114,9 +112,8 @@ int LpcmDecoder::readBlock(Block& block)
     int result = ErrorFailed;
     {
         boost::lock_guard<boost::recursive_mutex> lock(decoderLock());
-        if (block.repositions != repositions())
+        if (newPosition())
             block.forget();
-        block.repositions = repositions();
         try {
             result = stream->Read(block.room(), block.roomBytes(), &got);
         } catch (boost::thread_interrupted&) {
@@ -131,7 +128,7 @@ int LpcmDecoder::readBlock(Block& block)
         boost::this_thread::sleep_for(boost::chrono::milliseconds(pause));
         return 0;
     }
-    return static_cast<int>(got);
+    return static_cast<int>(std::min(got, block.roomBytes()));
 }
 
 int LpcmDecoder::playThread()

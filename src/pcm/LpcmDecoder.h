@@ -26,7 +26,6 @@ public:
 
 protected:
     int playThread() override;
-    int preThreadStarting() override { return 0; }
     int openHook(StreamPtr stream) override;
     void prepareRun() override;
 

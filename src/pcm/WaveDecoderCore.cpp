@@ -10,6 +10,7 @@
 
 #include <boost/thread/lock_guard.hpp>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
@@ -38,7 +39,7 @@ long long contentLength(Avr::Interface::IReadableStream& stream)
     } catch (...) { // a stream that throws does not know
         return 0;
     }
-    return std::strtoll(text.c_str(), nullptr, 10);
+    return std::max(0LL, std::strtoll(text.c_str(), nullptr, 10));
 }
 
 std::string hexadecimal(unsigned int number)
@@ -105,8 +106,9 @@ int WaveDecoderCore<Leaf>::moveToTop(StreamPtr const& stream)
     if (!readHead())
         return ErrorFailed;
     RiffHead const head = this->head();
-    std::cout << "bits = " + std::to_string(head.format.bitsPerSample) << std::endl;
-    std::cout << "sample-freq = " + std::to_string(head.format.samplesPerSecond) << std::endl;
+    std::cout << "bits = " + std::to_string(head.format.bitsPerSample) +
+                     "\nsample-freq = " + std::to_string(head.format.samplesPerSecond) + '\n'
+              << std::flush;
     fillStreamInfo(head);
     measureDuration(stream, head);
     std::fprintf(stderr, "%sseek offset = %d\n", moveToTopPrefix<Leaf>().c_str(),

@@ -31,7 +31,6 @@ protected:
     WaveDecoderCore() = default;
     ~WaveDecoderCore() override = default;
 
-    int preThreadStarting() override { return 0; }
     void prepareRun() override;
     int openHook(StreamPtr stream) override;
     void closeHook() override { this->m_reader.install(nullptr); }

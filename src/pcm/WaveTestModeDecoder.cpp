@@ -4,6 +4,8 @@
 #include "Log.h"
 #include "PcmFormat.h"
 
+#include <boost/thread/lock_guard.hpp>
+
 #include <algorithm>
 #include <climits>
 #include <cstdio>
@@ -74,6 +76,10 @@ int WaveTestModeDecoder::playPasses(std::vector<Block>& blocks)
             // In place and so in every pass anew: each pass shifts the samples again.
             if (head.format.bitsPerSample == 8)
                 makeSigned(block.data(), block.size());
+            {
+                boost::lock_guard<boost::recursive_mutex> lock(decoderLock());
+                newPosition(); // what is in memory is never overtaken by a seek
+            }
             int const result = deliver(block.data(), static_cast<unsigned int>(block.size()), head);
             if (result < 0)
                 return result;

@@ -158,7 +158,7 @@ TEST_F(Reading, ASeekBetweenTwoReadsBeginsTheBlockAnew)
             if (event == EventBufferStatus && !moved.exchange(true)) {
                 boost::lock_guard<boost::recursive_mutex> lock(reader.decoderLock());
                 EXPECT_EQ(Ok, reader.buffer().SeekByte(2000));
-                ++reader.repositions();
+                reader.repositioned();
             }
         };
         EXPECT_EQ(1000, reader.Read(block.data(), 1000));

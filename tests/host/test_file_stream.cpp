@@ -36,6 +36,18 @@ std::string length(FileStream& stream)
 class Files : public testing::Test {
 protected:
     Files() { EXPECT_EQ(::mkfifo(pipe.c_str(), 0600), 0); }
+    ~Files() override
+    {
+        stream.Close();
+        piped.Close();
+        EXPECT_EQ(openDescriptors(), before) << "left open";
+    }
+    static long openDescriptors()
+    {
+        using std::filesystem::directory_iterator;
+        return std::distance(directory_iterator("/proc/self/fd"), {});
+    }
+    const long before = openDescriptors();
     TempDir dir;
     const std::string tune = dir.file("tune");
     const std::string pipe = dir.file("pipe");
@@ -83,20 +95,6 @@ TEST_F(Files, FailuresKeepTheirErrnoOverClose)
     EXPECT_EQ(memory.GetErrorStatus(), EIO);
 }
 
-TEST_F(Files, LeavesNoDescriptorBehind)
-{
-    using std::filesystem::directory_iterator;
-    const auto opened = [] { return std::distance(directory_iterator("/proc/self/fd"), {}); };
-    const auto before = opened();
-    store(tune, "x");
-    for (std::string const& path : {tune, pipe, dir.file(""), dir.file("nosuch")}) {
-        FileStream some(path);
-        for (int round = 0; round < 10; ++round)
-            round % 3 == 2 ? some.Close() : void(some.Open());
-    }
-    EXPECT_EQ(opened(), before);
-}
-
 TEST_F(Files, APipeWaitsForItsWriterOrClose)
 {
     ASSERT_EQ(piped.Open(), 0) << "does not wait for the writer";
@@ -132,6 +130,7 @@ TEST_F(Files, CloseAtAnyMoment)
         }
     });
     for (int round = 0; round < 2000; ++round) {
+        piped.Open();
         piped.Open();
         const std::string answer = readSome(piped, 65536);
         EXPECT_TRUE(answer == "-10002" || answer[0] == 'x') << answer;

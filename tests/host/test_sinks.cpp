@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,15 +19,10 @@ constexpr PcmFormat Mono8{8000, 1, 1};
 constexpr PcmFormat Mono24{48000, 1, 3};
 constexpr Pace Fast = Pace::AsFastAsPossible;
 
-/// Writes everything; the sink may take it in parts.
-bool writeAll(ISoundSink& sink, std::string const& pcm)
+bool write(ISoundSink& sink, std::string const& pcm, std::string& error)
 {
-    std::string error;
-    std::vector<std::uint8_t> rest(pcm.begin(), pcm.end());
-    long taken = 0;
-    while (!rest.empty() && (taken = sink.write(rest.data(), rest.size(), error)) >= 0)
-        rest.erase(rest.begin(), rest.begin() + taken);
-    return rest.empty();
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(pcm.data());
+    return sink.write(bytes, pcm.size(), error) == long(pcm.size());
 }
 
 /// Plays through a sound device of its own, to the end.
@@ -75,15 +69,19 @@ TEST_F(Output, WavFilesByteForByte)
     }
 }
 
-TEST_F(Output, AnInterruptedWavFileMissesLessThanASecond)
+TEST_F(Output, AnInterruptedOrFullWavFilePlays)
 {
-    const std::unique_ptr<ISoundSink> sink = makeWavFileSink(path, Fast);
-    ASSERT_TRUE(sink->open(Mono8, error)) << error;
-    for (int block = 0; block < 81; ++block)
-        ASSERT_TRUE(writeAll(*sink, std::string(500, 'x')));
+    WavFileSink sink(path, Fast, 40700);
+    ASSERT_TRUE(sink.open(Mono8, error)) << error;
+    while (write(sink, std::string(500, 'x'), error))
+        continue;
+    EXPECT_NE(error.find("4 GiB"), std::string::npos) << error;
     EXPECT_EQ(played().size(), 40544u);
-    EXPECT_EQ(played().substr(40, 4), "\x40\x9C\0\0"s); // 40000
     EXPECT_EQ(played().substr(4, 4), "\x64\x9C\0\0"s);
+    EXPECT_EQ(played().substr(40, 4), "\x40\x9C\0\0"s) << "40000: less than a second is missing";
+    ASSERT_TRUE(sink.close(error)) << error;
+    EXPECT_EQ(played().substr(4, 4), "\x58\x9E\0\0"s);
+    EXPECT_EQ(played().substr(40, 4), "\x34\x9E\0\0"s);
 }
 
 TEST_F(Output, WhatCannotBeStoredIsSaidInOneLine)
@@ -98,12 +96,6 @@ TEST_F(Output, WhatCannotBeStoredIsSaidInOneLine)
     }
     EXPECT_FALSE(makeWavFileSink(path, Fast)->open({44100, 20000, 4}, error));
     EXPECT_FALSE(std::filesystem::exists(path));
-    // Full: what is in the file stays playable.
-    WavFileSink full(path, Fast, 10);
-    ASSERT_TRUE(full.open(Cd, error) && writeAll(full, "abcdefgh")) << error;
-    EXPECT_FALSE(writeAll(full, "abcd"));
-    ASSERT_TRUE(full.close(error)) << error;
-    EXPECT_EQ(played().substr(40), "\x08\0\0\0abcdefgh"s);
 }
 
 TEST_F(Output, ASlowReaderOfAPipeGetsEveryByteOnce)
@@ -130,26 +122,6 @@ TEST_F(Output, ASlowReaderOfAPipeGetsEveryByteOnce)
         EXPECT_EQ(head.substr(wav ? 40 : 0), wav ? "\xFF\xFF\xFF\xFF" : "") << "size unknown";
         EXPECT_TRUE(received.substr(head.size()) == pcm) << wav;
     }
-}
-
-TEST_F(Output, AStalledReaderHoldsNobodyAndAGoneOneIsAFailure)
-{
-    ::signal(SIGPIPE, SIG_IGN);
-    int ends[2];
-    ASSERT_EQ(::pipe(ends), 0);
-    SoundDevice device;
-    device.setSink(makeRawDescriptorSink(ends[1], "pipe", Fast));
-    ASSERT_TRUE(device.beginRun(Cd, error));
-    ASSERT_EQ(device.put(noise(1000000).data(), 1000000), 0);
-    ASSERT_TRUE(eventually([&] { return device.bytesTaken() > 50000; })) << device.failure();
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    // The thread is not stuck in a write that blocks: this would hang.
-    ASSERT_TRUE(device.beginRun(Cd, error)) << error;
-    ASSERT_EQ(device.put("abcd", 4), 0);
-    ::close(ends[0]);
-    ASSERT_TRUE(eventually([&] { return !device.failure().empty(); }));
-    EXPECT_EQ(device.failure(), "pipe: Broken pipe");
-    ::close(ends[1]);
 }
 
 namespace {
@@ -182,28 +154,13 @@ TEST_F(Alsa, PlaysEverySampleSizeUnchanged)
 TEST_F(Alsa, StaysOpenForOneFormatAndSurvivesASeek)
 {
     const std::unique_ptr<ISoundSink> sink = makeAlsaSink("record");
-    ASSERT_TRUE(sink->open(Cd, error) && writeAll(*sink, "old!")) << error;
-    ASSERT_TRUE(sink->open({48000, 1, 2}, error) && writeAll(*sink, "abcd")) << error;
+    ASSERT_TRUE(sink->open(Cd, error) && write(*sink, "abcd", error)) << error;
     sink->finish();
     EXPECT_TRUE(eventually([&] { return sink->drained(); }));
-    ASSERT_TRUE(sink->open({48000, 1, 2}, error) && writeAll(*sink, "efgh")) << error;
+    ASSERT_TRUE(sink->open(Cd, error) && write(*sink, "efgh", error)) << error;
     sink->pause(true);
     sink->discard();
     sink->pause(false);
-    EXPECT_TRUE(writeAll(*sink, "ijkl") && sink->close(error) && sink->close(error));
+    EXPECT_TRUE(write(*sink, "ijkl", error) && sink->close(error)) << error;
     EXPECT_EQ(played(), "abcdefghijkl");
-}
-
-TEST_F(Alsa, RefusalsAreOneLineAndTheLibraryStaysSilent)
-{
-    testing::internal::CaptureStderr();
-    const std::unique_ptr<ISoundSink> missing = makeAlsaSink("nosuch");
-    EXPECT_FALSE(missing->open(Cd, error));
-    EXPECT_EQ(error, "nosuch: cannot be opened (No such file or directory)");
-    missing->pause(true);
-    missing->discard();
-    EXPECT_FALSE(makeAlsaSink("record")->open({44100, 0, 2}, error));
-    EXPECT_EQ(error, "record: does not play 0 channels (Invalid argument)");
-    EXPECT_TRUE(alsaDeviceUsable("record"));
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }

@@ -1,29 +1,21 @@
 #include "PlayerProcess.h"
 
-#include <cstdio>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <random>
 #include <sstream>
 
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
 #include <signal.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
-#include <utmp.h>
 
 namespace avr { namespace test {
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
-using std::chrono::milliseconds;
-
-constexpr milliseconds kDeadline{30000};
-constexpr milliseconds kPatience{10000};
 
 [[noreturn]] void runPlayer(Words const& arguments)
 {
@@ -38,94 +30,68 @@ constexpr milliseconds kPatience{10000};
     _exit(127);
 }
 
-void take(int& descriptor, std::string& text)
-{
-    char bytes[65536];
-    ssize_t const n = read(descriptor, bytes, sizeof bytes);
-    if (n > 0) {
-        text.append(bytes, static_cast<std::size_t>(n));
-        return;
-    }
-    close(descriptor);
-    descriptor = -1;
-}
-
 } // namespace
 
-PlayerProcess::PlayerProcess(Words const& arguments, On on, unsigned short columns)
-{
-    if (on == On::Terminal)
-        startOnTerminal(arguments, columns);
-    else
-        startOnPipes(arguments);
-}
-
-void PlayerProcess::startOnTerminal(Words const& arguments, unsigned short columns)
+PlayerProcess::PlayerProcess(Words const& arguments, unsigned short columns)
 {
     winsize const size{24, columns, 0, 0};
-    if (openpty(&m_err, &m_terminal, nullptr, nullptr, &size) != 0)
+    int out[2] = {-1, -1}, err[2] = {-1, -1};
+    if (columns == 0 && (pipe2(out, O_CLOEXEC) != 0 || pipe2(err, O_CLOEXEC) != 0))
         abort();
-    fcntl(m_err, F_SETFD, FD_CLOEXEC);
-    m_pid = fork();
+    m_out = out[0];
+    m_err = err[0];
+    m_pid = columns == 0 ? fork() : forkpty(&m_err, nullptr, nullptr, &size);
     if (m_pid == 0) {
-        login_tty(m_terminal);
-        runPlayer(arguments);
-    }
-}
-
-void PlayerProcess::startOnPipes(Words const& arguments)
-{
-    int out[2], err[2];
-    if (pipe2(out, O_CLOEXEC) != 0 || pipe2(err, O_CLOEXEC) != 0)
-        abort();
-    m_pid = fork();
-    if (m_pid == 0) {
-        dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
-        dup2(out[1], STDOUT_FILENO);
-        dup2(err[1], STDERR_FILENO);
+        if (columns == 0) {
+            dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
+            dup2(out[1], STDOUT_FILENO);
+            dup2(err[1], STDERR_FILENO);
+        }
         runPlayer(arguments);
     }
     close(out[1]);
     close(err[1]);
-    m_out = out[0];
-    m_err = err[0];
 }
 
 PlayerProcess::~PlayerProcess()
 {
-    if (m_pid > 0)
-        finish();
+    if (m_pid <= 0)
+        return;
+    signal(SIGKILL);
+    finish();
 }
 
-void PlayerProcess::readSome(milliseconds time)
+/// @return false when there was nothing
+bool PlayerProcess::readSome(int milliseconds)
 {
     pollfd sources[2] = {{m_out, POLLIN, 0}, {m_err, POLLIN, 0}};
-    if (poll(sources, 2, static_cast<int>(time.count())) <= 0)
-        return;
-    if (sources[0].revents != 0)
-        take(m_out, m_outText);
-    if (sources[1].revents != 0)
-        take(m_err, m_errText);
+    std::string* const texts[2] = {&m_outText, &m_errText};
+    poll(sources, 2, milliseconds);
+    bool any = false;
+    for (int i : {0, 1}) {
+        char bytes[65536];
+        ssize_t const n = sources[i].revents != 0 ? read(sources[i].fd, bytes, sizeof bytes) : 0;
+        texts[i]->append(bytes, n > 0 ? std::size_t(n) : 0);
+        any = any || n > 0;
+    }
+    return any;
 }
 
 bool PlayerProcess::waitFor(std::string const& text)
 {
-    auto const end = Clock::now() + kPatience;
-    while (Clock::now() < end) {
-        std::size_t const at = m_errText.find(text, m_seen);
-        if (at != std::string::npos) {
-            m_seen = at + text.size();
-            return true;
-        }
-        readSome(milliseconds(50));
-    }
-    return false;
+    std::size_t at = std::string::npos;
+    bool const found =
+        until([&] { return (at = m_errText.find(text, m_seen)) != std::string::npos; });
+    EXPECT_TRUE(found) << text << " is not in:\n" << m_errText;
+    m_seen = found ? at + text.size() : m_seen;
+    return found;
 }
 
-void PlayerProcess::listen(milliseconds time)
+bool PlayerProcess::waitForStop()
 {
-    for (auto const end = Clock::now() + time; Clock::now() < end;)
-        readSome(milliseconds(20));
+    int status = 0;
+    return until([&] { return waitpid(m_pid, &status, WUNTRACED | WNOHANG) == m_pid; }) &&
+           WIFSTOPPED(status);
 }
 
 void PlayerProcess::type(std::string const& keys)
@@ -142,30 +108,21 @@ bool PlayerProcess::terminalIsNormal() const
            (settings.c_lflag & ECHO) != 0;
 }
 
-/// A terminal that we hold open has no end, so there the program's own counts.
-bool PlayerProcess::hasEnded()
-{
-    if (m_terminal < 0 && (m_out >= 0 || m_err >= 0))
-        return false;
-    return waitpid(m_pid, &m_status, WNOHANG) == m_pid;
-}
-
 Outcome PlayerProcess::finish()
 {
+    int status = 0;
     bool ended = false;
-    for (auto const end = Clock::now() + kDeadline; !(ended = hasEnded()) && Clock::now() < end;)
-        readSome(milliseconds(20));
-    if (!ended) {
+    if (!until([&] { return ended = ended || waitpid(m_pid, &status, WNOHANG) == m_pid; })) {
         kill(m_pid, SIGKILL);
-        waitpid(m_pid, &m_status, 0);
+        waitpid(m_pid, &status, 0);
     }
-    readSome(milliseconds(0));
     m_pid = -1;
-    bool const normal = m_terminal >= 0 && terminalIsNormal();
-    for (int descriptor : {m_out, m_err, m_terminal})
-        if (descriptor >= 0)
-            close(descriptor);
-    return {WIFEXITED(m_status) ? WEXITSTATUS(m_status) : -1, m_outText, m_errText, normal};
+    while (readSome(0))
+        continue;
+    bool const normal = terminalIsNormal();
+    close(m_out);
+    close(m_err);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, m_outText, m_errText, normal};
 }
 
 Outcome play(Words const& arguments) { return PlayerProcess(arguments).finish(); }
@@ -183,9 +140,8 @@ std::string testFile(std::string const& name)
 
 std::string writeFile(std::string const& name, std::string const& bytes)
 {
-    std::string const path = testFile(name);
-    std::ofstream(path, std::ios::binary) << bytes;
-    return path;
+    std::ofstream(testFile(name), std::ios::binary) << bytes;
+    return testFile(name);
 }
 
 std::string readFile(std::string const& path)
@@ -198,11 +154,9 @@ std::string readFile(std::string const& path)
 std::string noise(std::size_t bytes)
 {
     std::string result(bytes, '\0');
-    unsigned long state = 20;
-    for (char& byte : result) {
-        state = (state * 1664525UL + 1013904223UL) & 0xFFFFFFFFUL;
-        byte = static_cast<char>(state >> 24);
-    }
+    std::mt19937 random(20);
+    for (char& byte : result)
+        byte = static_cast<char>(random());
     return result;
 }
 

@@ -21,37 +21,40 @@ struct Outcome {
 /// One avrplay with its standard input empty, or with a terminal for all three.
 class PlayerProcess {
 public:
-    enum class On { Pipes, Terminal };
-
-    explicit PlayerProcess(Words const& arguments, On on = On::Pipes, unsigned short columns = 80);
+    /// @param columns  of its terminal; 0: none
+    explicit PlayerProcess(Words const& arguments, unsigned short columns = 0);
     ~PlayerProcess();
     PlayerProcess(PlayerProcess const&) = delete;
     PlayerProcess& operator=(PlayerProcess const&) = delete;
 
-    /// Reads until this has been printed since the last such call. @return false after 10 seconds
+    /// Reads until the condition holds. @return false after a minute
+    template <typename Condition>
+    bool until(Condition const& condition)
+    {
+        auto const end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+        while (!condition() && std::chrono::steady_clock::now() < end)
+            readSome(20);
+        return condition();
+    }
+    /// Until this has been printed on standard error or the terminal since the last such call.
     bool waitFor(std::string const& text);
-    /// Reads for so long.
-    void listen(std::chrono::milliseconds time);
+    /// Until a stop signal has stopped it.
+    bool waitForStop();
     void type(std::string const& keys);
     void signal(int number);
     /// Line editing and echo are on.
     bool terminalIsNormal() const;
-    /// Everything printed on the terminal, or on standard error.
-    std::string const& screen() const { return m_errText; }
+    /// What came after that which was waited for.
+    std::string rest() const { return m_errText.substr(m_seen); }
     /// Waits for the end.
     Outcome finish();
 
 private:
-    void startOnTerminal(Words const& arguments, unsigned short columns);
-    void startOnPipes(Words const& arguments);
-    void readSome(std::chrono::milliseconds time);
-    bool hasEnded();
+    bool readSome(int milliseconds);
 
     pid_t m_pid = -1;
     int m_out = -1;
-    int m_err = -1;      ///< standard error, or the terminal
-    int m_terminal = -1; ///< its other end, kept open: its settings outlive the program
-    int m_status = 0;
+    int m_err = -1; ///< standard error, or the terminal
     std::string m_outText;
     std::string m_errText;
     std::size_t m_seen = 0;
@@ -60,7 +63,7 @@ private:
 /// Runs it to its end.
 Outcome play(Words const& arguments);
 
-/// A directory of the test's own, empty at first.
+/// In a directory of the test program's own, empty at first.
 std::string testFile(std::string const& name);
 std::string writeFile(std::string const& name, std::string const& bytes);
 std::string readFile(std::string const& path);
