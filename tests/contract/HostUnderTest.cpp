@@ -1,8 +1,8 @@
 // The host platform's part of the platform contract suite.
 #include "PlatformUnderTest.h"
 
-#include "sound/SoundDevice.h"
 #include "sound/Sinks.h"
+#include "sound/SoundDevice.h"
 #include "stream/FileStream.h"
 
 #include <boost/make_shared.hpp>

@@ -1,6 +1,7 @@
 #include "BufferReaderModule.h"
 #include "Deadlines.h"
 #include "EngineDecoder.h"
+#include "FakeSoundDevice.h"
 #include "LogCapture.h"
 #include "RecordingCallback.h"
 #include "Samples.h"
@@ -17,9 +18,8 @@ using Avr::Decoder::deadlines;
 namespace {
 
 /// A decoder that runs the test's function on its decoding thread, with the module at hand.
-class Reader final
-    : public Avr::Decoder::EngineDecoder<Avr::Decoder::DecoderImple, IDecoder,
-                                         Avr::Decoder::BufferReaderModule<Reader>> {
+class Reader final : public Avr::Decoder::EngineDecoder<Avr::Decoder::DecoderImple, IDecoder,
+                                                        Avr::Decoder::BufferReaderModule<Reader>> {
 public:
     ~Reader() override { Close(); }
     using Property = smart_enum<DecoderPropTypeBase>;
@@ -31,6 +31,7 @@ public:
 
     std::function<void()> body;
 
+    Avr::Decoder::BufferedRead& source() { return m_reader; }
     BufferStream& buffer() { return *m_reader.stream(); }
 
 protected:
@@ -153,9 +154,12 @@ TEST_F(Reading, ASeekBetweenTwoReadsBeginsTheBlockAnew)
     run(script, [&] {
         Bytes block(1000);
         reader.SetBaseStreamEx(reader.currentStream());
-        std::atomic<bool> moved{false};
+        int waits = 0;
+        bool moved = false;
         callback.onEvent = [&](int event) { // inside the wait for more, no lock is held
-            if (event == EventBufferStatus && !moved.exchange(true)) {
+            // The second time: some of the block has come.
+            if (event == EventBufferStatus && ++waits == 2) {
+                moved = true;
                 boost::lock_guard<boost::recursive_mutex> lock(reader.decoderLock());
                 EXPECT_EQ(Ok, reader.buffer().SeekByte(2000));
                 reader.repositioned();
@@ -167,13 +171,36 @@ TEST_F(Reading, ASeekBetweenTwoReadsBeginsTheBlockAnew)
     });
 }
 
-TEST_F(Reading, AnEndBeforeASeekMarksNothingAfterIt)
+TEST_F(Reading, AFailureOfAnOldPositionEndsNothing)
 {
+    FakeSoundDevice::instance().beginRun();
     run(with(noise(100)), [&] {
         char block[400];
         reader.SetBaseStreamEx(reader.currentStream());
-        callback.onEvent = nullptr;
+        auto const outcome = reader.source().fill(reader, "Read", block, sizeof block);
+        EXPECT_EQ(ResultEndOfStream, outcome.result);
+        {
+            boost::lock_guard<boost::recursive_mutex> lock(reader.decoderLock());
+            reader.repositioned(); // a seek, before the play loop acts on the end
+        }
+        reader.source().interruptPlayback(reader, outcome.result);
+        reader.source().interruptPlayback(reader, ErrorFailed);
+        reader.source().putEofMark(reader);
+        EXPECT_EQ(0, FakeSoundDevice::instance().marksPut);
+        EXPECT_TRUE(reader.IsDecoding());
+        EXPECT_EQ(0, reader.Read(block, sizeof block)); // at the new position it is one
+        EXPECT_EQ(1, FakeSoundDevice::instance().marksPut);
+    });
+}
+
+TEST_F(Reading, AStreamsOwnTimeOutIsAFailure)
+{
+    Script script = with(noise(100));
+    script.fault = Script::Fault::TimedOut;
+    run(script, [&] {
+        char block[400];
+        reader.SetBaseStreamEx(reader.currentStream());
         EXPECT_EQ(0, reader.Read(block, sizeof block));
-        EXPECT_TRUE(reader.GetEofMarkFromSoundDevice());
+        EXPECT_FALSE(reader.IsDecoding());
     });
 }

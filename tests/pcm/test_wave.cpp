@@ -19,6 +19,7 @@ protected:
 
     void open(Script script)
     {
+        decoder.Close();
         callback.clear();
         stream = scripted(std::move(script));
         ASSERT_EQ(Ok, decoder.Open(stream, &callback));
@@ -217,10 +218,10 @@ TEST_F(Wave, HostileNumbersEndTheRunQuietly)
         std::uint16_t bits, channels;
         bool plays;
     } const cases[] = {
-        {0, 0, 16, 2, false},          // no frame
-        {4, 0, 16, 2, true},           // no time
+        {0, 0, 16, 2, false},           // no frame
+        {4, 0, 16, 2, true},            // no time
         {4, 0xFFFFFFFFLL, 16, 2, true}, // more than 32 bits of bit rate
-        {65535, 1, 16, 2, false},      // a block above 16 MiB
+        {65535, 1, 16, 2, false},       // a block above 16 MiB
         {4, 1, 0, 0, true},
         {4, 0x20000000, 65535, 65535, true}, // a bit rate that wraps to 0
     };

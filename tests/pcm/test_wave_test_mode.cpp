@@ -90,6 +90,16 @@ TEST_F(TestMode, TheFlagEndsThePassesAtTheNextBlock)
     EXPECT_EQ(1, callback.count(6));
 }
 
+TEST_F(TestMode, CloseEndsItInTheMiddleOfAPass)
+{
+    WaveSpec spec;
+    spec.frames = 4096;
+    callback.onSample = [&] { return callback.blocks().size() == 3 ? decoder.Close() : 0; };
+    play(waveFile(spec));
+    EXPECT_EQ(3u, callback.blocks().size());
+    EXPECT_EQ((std::vector<int>{2, 4, 1}), callback.events());
+}
+
 TEST_F(TestMode, CloseEndsItWhileTheDeviceDrains)
 {
     WaveSpec spec;

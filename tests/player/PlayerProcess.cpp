@@ -1,14 +1,10 @@
 #include "PlayerProcess.h"
 
-#include <fstream>
 #include <gtest/gtest.h>
-#include <random>
-#include <sstream>
 
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
-#include <signal.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
@@ -30,51 +26,49 @@ namespace {
     _exit(127);
 }
 
+std::string littleEndian(unsigned long value, int bytes)
+{
+    std::string result;
+    for (; bytes > 0; --bytes, value >>= 8)
+        result += static_cast<char>(value & 0xFF);
+    return result;
+}
+
 } // namespace
 
-PlayerProcess::PlayerProcess(Words const& arguments, unsigned short columns)
+PlayerProcess::PlayerProcess(Words const& arguments, bool onTerminal)
 {
-    winsize const size{24, columns, 0, 0};
-    int out[2] = {-1, -1}, err[2] = {-1, -1};
-    if (columns == 0 && (pipe2(out, O_CLOEXEC) != 0 || pipe2(err, O_CLOEXEC) != 0))
+    winsize const size{24, 80, 0, 0};
+    int err[2] = {-1, -1};
+    if (!onTerminal && pipe2(err, O_CLOEXEC) != 0)
         abort();
-    m_out = out[0];
     m_err = err[0];
-    m_pid = columns == 0 ? fork() : forkpty(&m_err, nullptr, nullptr, &size);
+    m_pid = onTerminal ? forkpty(&m_err, nullptr, nullptr, &size) : fork();
     if (m_pid == 0) {
-        if (columns == 0) {
+        dup2(creat(testFile("stdout").c_str(), 0600), STDOUT_FILENO);
+        if (!onTerminal) {
             dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
-            dup2(out[1], STDOUT_FILENO);
             dup2(err[1], STDERR_FILENO);
         }
         runPlayer(arguments);
     }
-    close(out[1]);
     close(err[1]);
 }
 
 PlayerProcess::~PlayerProcess()
 {
-    if (m_pid <= 0)
-        return;
-    signal(SIGKILL);
-    finish();
+    if (m_pid > 0 && kill(m_pid, SIGKILL) == 0)
+        finish();
 }
 
 /// @return false when there was nothing
-bool PlayerProcess::readSome(int milliseconds)
+bool PlayerProcess::readSome()
 {
-    pollfd sources[2] = {{m_out, POLLIN, 0}, {m_err, POLLIN, 0}};
-    std::string* const texts[2] = {&m_outText, &m_errText};
-    poll(sources, 2, milliseconds);
-    bool any = false;
-    for (int i : {0, 1}) {
-        char bytes[65536];
-        ssize_t const n = sources[i].revents != 0 ? read(sources[i].fd, bytes, sizeof bytes) : 0;
-        texts[i]->append(bytes, n > 0 ? std::size_t(n) : 0);
-        any = any || n > 0;
-    }
-    return any;
+    pollfd source = {m_err, POLLIN, 0};
+    char bytes[65536];
+    ssize_t const n = poll(&source, 1, 0) > 0 ? read(m_err, bytes, sizeof bytes) : 0;
+    m_errText.append(bytes, n > 0 ? std::size_t(n) : 0);
+    return n > 0;
 }
 
 bool PlayerProcess::waitFor(std::string const& text)
@@ -87,88 +81,47 @@ bool PlayerProcess::waitFor(std::string const& text)
     return found;
 }
 
-bool PlayerProcess::waitForStop()
-{
-    int status = 0;
-    return until([&] { return waitpid(m_pid, &status, WUNTRACED | WNOHANG) == m_pid; }) &&
-           WIFSTOPPED(status);
-}
-
 void PlayerProcess::type(std::string const& keys)
 {
     EXPECT_EQ(write(m_err, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
 }
 
-void PlayerProcess::signal(int number) { kill(m_pid, number); }
-
 bool PlayerProcess::terminalIsNormal() const
 {
     termios settings{};
-    return tcgetattr(m_err, &settings) == 0 && (settings.c_lflag & ICANON) != 0 &&
-           (settings.c_lflag & ECHO) != 0;
+    return tcgetattr(m_err, &settings) == 0 && (~settings.c_lflag & (ICANON | ECHO)) == 0;
 }
 
 Outcome PlayerProcess::finish()
 {
     int status = 0;
-    bool ended = false;
-    if (!until([&] { return ended = ended || waitpid(m_pid, &status, WNOHANG) == m_pid; })) {
+    if (!until([&] { return waitpid(m_pid, &status, WNOHANG) == m_pid; })) {
         kill(m_pid, SIGKILL);
         waitpid(m_pid, &status, 0);
     }
     m_pid = -1;
-    while (readSome(0))
+    while (readSome())
         continue;
     bool const normal = terminalIsNormal();
-    close(m_out);
     close(m_err);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, m_outText, m_errText, normal};
+    int const exit = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return {exit, contentOf(testFile("stdout")), m_errText, normal};
 }
-
-Outcome play(Words const& arguments) { return PlayerProcess(arguments).finish(); }
 
 std::string testFile(std::string const& name)
 {
-    static std::string const directory = [] {
-        std::string path = testing::TempDir() + "avrplay-XXXXXX";
-        if (mkdtemp(&path[0]) == nullptr)
-            abort();
-        return path;
-    }();
-    return directory + '/' + name;
+    static TempDir const directory;
+    return directory.file(name);
 }
 
 std::string writeFile(std::string const& name, std::string const& bytes)
 {
-    std::ofstream(testFile(name), std::ios::binary) << bytes;
+    store(testFile(name), bytes);
     return testFile(name);
 }
 
-std::string readFile(std::string const& path)
-{
-    std::stringstream bytes;
-    bytes << std::ifstream(path, std::ios::binary).rdbuf();
-    return bytes.str();
-}
-
-std::string noise(std::size_t bytes)
-{
-    std::string result(bytes, '\0');
-    std::mt19937 random(20);
-    for (char& byte : result)
-        byte = static_cast<char>(random());
-    return result;
-}
-
-std::string littleEndian(unsigned long value, int bytes)
-{
-    std::string result;
-    for (int i = 0; i < bytes; ++i)
-        result += static_cast<char>(value >> (8 * i) & 0xFF);
-    return result;
-}
-
-std::string Wave::bytes() const
+std::string wave(std::string const& pcm, unsigned rate, unsigned channels, unsigned bits,
+                 unsigned tag)
 {
     unsigned const align = channels * bits / 8;
     return "RIFF" + littleEndian(36 + pcm.size(), 4) + "WAVEfmt " + littleEndian(16, 4) +
@@ -179,9 +132,7 @@ std::string Wave::bytes() const
 
 std::string audioOf(std::string const& wavFile)
 {
-    std::string const bytes = readFile(wavFile);
-    if (bytes.size() < 44)
-        return "no header in " + wavFile;
+    std::string const bytes = contentOf(wavFile);
     EXPECT_EQ(bytes.substr(4, 4), littleEndian(bytes.size() - 8, 4));
     EXPECT_EQ(bytes.substr(36, 8), "data" + littleEndian(bytes.size() - 44, 4));
     return bytes.substr(44);

@@ -5,6 +5,8 @@ namespace avr { namespace test {
 /// Sanitized builds run the same races fewer times.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool Sanitized = true;
+#elif defined(__has_feature)
+constexpr bool Sanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
 #else
 constexpr bool Sanitized = false;
 #endif

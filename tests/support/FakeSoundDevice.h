@@ -3,6 +3,7 @@
 #include "platform/SoundDeviceThread.h"
 
 #include <atomic>
+#include <functional>
 
 namespace avr { namespace test {
 
@@ -18,7 +19,13 @@ public:
             ++marksPut;
     }
     bool getEofMark() override { return m_mark; }
-    bool isPlaybackCompleted() override { return m_mark && completes; }
+    bool isPlaybackCompleted() override
+    {
+        bool const answer = m_mark && completes;
+        if (onAsked)
+            onAsked();
+        return answer;
+    }
 
     /// As a player does in OnEvent(2).
     void beginRun()
@@ -29,6 +36,7 @@ public:
     }
 
     std::atomic<bool> completes{true};
+    std::function<void()> onAsked; ///< runs inside isPlaybackCompleted
     std::atomic<int> marksPut{0};
 
 private:

@@ -57,9 +57,8 @@ void RecordingCallback::record(int event, void* data, unsigned int size)
 bool RecordingCallback::waitFor(int event)
 {
     Lock lock(m_lock);
-    return m_came.wait_for(lock, Patience, [&] {
-        return std::count(m_events.begin(), m_events.end(), event) != 0;
-    });
+    return m_came.wait_for(
+        lock, Patience, [&] { return std::count(m_events.begin(), m_events.end(), event) != 0; });
 }
 
 bool RecordingCallback::waitForSample()

@@ -12,9 +12,9 @@ struct WaveSpec {
     std::uint32_t rate = 44100;
     std::uint16_t bits = 16;
     std::uint32_t frames = 5000;
-    Bytes before;      ///< bytes in front of "RIFF"
-    Bytes betweenFmtAndData; ///< whole chunks
-    int blockAlign = -1;     ///< as stored; -1 = the right one
+    Bytes before;                  ///< bytes in front of "RIFF"
+    Bytes betweenFmtAndData;       ///< whole chunks
+    int blockAlign = -1;           ///< as stored; -1 = the right one
     long long bytesPerSecond = -1; ///< as stored; -1 = the right one
 };
 
@@ -29,7 +29,10 @@ inline Bytes noise(std::size_t size, std::uint32_t seed = 1)
     return bytes;
 }
 
-inline void append(Bytes& to, Bytes const& bytes) { to.insert(to.end(), bytes.begin(), bytes.end()); }
+inline void append(Bytes& to, Bytes const& bytes)
+{
+    to.insert(to.end(), bytes.begin(), bytes.end());
+}
 inline void append(Bytes& to, const char* text)
 {
     while (*text != '\0')
@@ -63,8 +66,9 @@ inline Bytes waveFile(WaveSpec const& spec)
     append(fmt, spec.tag, 2);
     append(fmt, spec.channels, 2);
     append(fmt, spec.rate, 4);
-    append(fmt, static_cast<std::uint32_t>(spec.bytesPerSecond < 0 ? spec.rate * align
-                                                                   : spec.bytesPerSecond),
+    append(fmt,
+           static_cast<std::uint32_t>(spec.bytesPerSecond < 0 ? spec.rate * align
+                                                              : spec.bytesPerSecond),
            4);
     append(fmt, static_cast<std::uint32_t>(spec.blockAlign < 0 ? int(align) : spec.blockAlign), 2);
     append(fmt, spec.bits, 2);

@@ -51,6 +51,7 @@ int ScriptedStream::Open()
 void ScriptedStream::Close()
 {
     Lock lock(m_lock);
+    ++m_closes;
     m_open = false;
     m_closed.notify_all();
 }
@@ -68,6 +69,8 @@ int ScriptedStream::failWith(Script::Fault fault)
         return ResultEndOfStream;
     case Script::Fault::RetryForever:
         return StreamRetry;
+    case Script::Fault::TimedOut:
+        return -62;
     case Script::Fault::Throw:
         throw std::runtime_error("scripted");
     case Script::Fault::Stall:

@@ -14,7 +14,7 @@ using Bytes = std::vector<std::uint8_t>;
 
 /// What a scripted stream does beside giving its bytes.
 struct Script {
-    enum class Fault { None, Error, End, RetryForever, Stall, Throw };
+    enum class Fault { None, Error, End, RetryForever, Stall, Throw, TimedOut };
 
     Bytes data;
     unsigned int longestRead = 0; ///< bytes; 0 = as much as is asked for
@@ -47,6 +47,7 @@ public:
     int GetErrorStatus() override { return m_error; }
 
     int reads() const { return m_reads; }
+    int closes() const { return m_closes; }
     bool contractBroken() const { return m_contractBroken; }
     double lastTime() const { return m_lastTime; }
     /// The offset of the last SeekByte; -1 before.
@@ -65,6 +66,7 @@ private:
     std::size_t m_offset = 0;
     std::atomic<bool> m_retried{false};
     std::atomic<int> m_reads{0};
+    std::atomic<int> m_closes{0};
     std::atomic<int> m_error{0};
     std::atomic<bool> m_contractBroken{false};
     std::atomic<int> m_inside{0};

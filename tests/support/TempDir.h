@@ -40,9 +40,10 @@ template <typename Condition>
 bool eventually(Condition const& condition)
 {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (!condition() && std::chrono::steady_clock::now() < deadline)
+    bool met = false;
+    while (!(met = condition()) && std::chrono::steady_clock::now() < deadline)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    return condition();
+    return met;
 }
 
 inline std::string noise(std::size_t bytes)
