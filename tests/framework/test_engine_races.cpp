@@ -122,7 +122,7 @@ TEST(EngineRaces, EveryOperationAtOnce)
         decoder.GetWaveFormat(format);
         decoder.Interrunpt(-10002);
     });
-    int const opens = Sanitized ? 200 : 2000;
+    int const opens = Sanitized ? 200 : 1000;
     for (int i = 0; i < opens; ++i) {
         ASSERT_EQ(Ok, decoder.Open(streamOf({}), &callback));
         if (i % 2 == 0)

@@ -12,13 +12,12 @@ namespace {
 constexpr const char* kLeft = "\x1b[D";
 constexpr const char* kRight = "\x1b[C";
 
-/// A minute.
-std::string tune() { return writeFile("minute.wav", wave(noise(60 * 16000), 8000, 1)); }
+std::string minute() { return writeFile("minute.wav", wave(noise(60 * 16000), 8000, 1)); }
 
 TEST(Live, AnInterruptedRunLeavesAWholeFile)
 {
     std::string const out = testFile("interrupted.wav");
-    PlayerProcess player({"--realtime", "-o", "wav:" + out, tune()});
+    PlayerProcess player({"--realtime", "-o", "wav:" + out, minute()});
     ASSERT_TRUE(player.until([&] { return contentOf(out).size() > 12000; }));
     player.signal(SIGINT);
     EXPECT_EQ(player.finish().exit, 130);
@@ -33,7 +32,7 @@ TEST(Live, AnInputOrOutputThatHangsDoesNotHoldTheProgram)
     ASSERT_EQ(mkfifo(pipe.c_str(), 0666), 0);
     int const writer = open(pipe.c_str(), O_RDWR);
     for (Words const& command : {Words{"-v", "--probe", pipe}, Words{"-v", "-o", "null", pipe},
-                                 Words{"-v", "-o", "raw:" + pipe, tune()}}) {
+                                 Words{"-v", "-o", "raw:" + pipe, minute()}}) {
         PlayerProcess player(command);
         ASSERT_TRUE(player.waitFor("Open()] called"));
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
@@ -48,7 +47,7 @@ TEST(Live, KeysPauseAndSeekAndAreHeardAtOnce)
     std::string const out = testFile("jump.wav");
     std::string const whole = noise(60 * 16000);
     std::string const next = writeFile("next.wav", wave(noise(31 * 16000), 8000, 1));
-    PlayerProcess player({"--realtime", "-o", "wav:" + out, tune(), next}, true);
+    PlayerProcess player({"--realtime", "-o", "wav:" + out, minute(), next}, true);
     ASSERT_TRUE(player.waitFor("playing  0:0"));
     player.type(kRight);
     ASSERT_TRUE(player.waitFor("playing  0:1"));
@@ -64,11 +63,11 @@ TEST(Live, KeysPauseAndSeekAndAreHeardAtOnce)
     EXPECT_LE(at - from, 10U * 16000);
     player.type(" ");
     ASSERT_TRUE(player.waitFor("paused   0:1"));
-    player.type(kLeft);
-    ASSERT_TRUE(player.waitFor("paused   0:0"));
     auto const held = contentOf(out).size();
     std::this_thread::sleep_for(std::chrono::milliseconds(700));
     EXPECT_LT(contentOf(out).size(), held + 4000);
+    player.type(kLeft);
+    ASSERT_TRUE(player.waitFor("paused   0:0"));
     player.type(" ");
     ASSERT_TRUE(player.waitFor("playing  0:0"));
     for (int i = 0; i < 6; ++i)
@@ -81,7 +80,7 @@ TEST(Live, KeysPauseAndSeekAndAreHeardAtOnce)
 TEST(Live, TheTerminalIsAsBeforeOnEveryWayOut)
 {
     for (std::string const way : {"q", "\x03", "\x1a"}) {
-        PlayerProcess player({"-o", "null", tune()}, true);
+        PlayerProcess player({"-o", "null", minute()}, true);
         ASSERT_TRUE(player.waitFor("playing  0:0"));
         EXPECT_FALSE(player.terminalIsNormal());
         player.type(way);

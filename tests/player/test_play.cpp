@@ -87,11 +87,11 @@ TEST(Probe, GivesOneJsonObjectPerFile)
     EXPECT_EQ(outcome.exit, 1);
     std::size_t const line = outcome.out.find('\n') + 1;
     auto const found = nlohmann::json::parse(outcome.out.substr(0, line));
-    auto const failed = nlohmann::json::parse(outcome.out.substr(line));
     EXPECT_EQ(found.dump(), R"({"bitRate":2304000,"bits":24,"channels":2,"codec":"Wave",)"
                             R"("duration":3.0,"file":")" +
                                 wav + R"(","format":"wav","rate":48000})");
-    EXPECT_EQ(failed["error"], "no such file or directory; check the name");
+    EXPECT_EQ(nlohmann::json::parse(outcome.out.substr(line))["error"],
+              "no such file or directory; check the name");
 }
 
 } // namespace
