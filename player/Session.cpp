@@ -196,9 +196,11 @@ std::string Session::fault() const
         return "the output failed: " + output;
     if (!m_news.decodedAll)
         return explainFailure(m_source, m_news.failure, m_news.opened);
-    if (m_track.bytesDelivered() == 0 && !m_stage.options.startGiven)
-        return "too short: there is not one whole block of audio in it";
-    return {};
+    if (m_track.bytesDelivered() != 0)
+        return {};
+    return m_stage.options.startGiven
+               ? "ends before --start " + timeText(toSeconds(m_stage.options.start))
+               : "too short: there is not one whole block of audio in it";
 }
 
 void Session::fail(std::string const& reason)

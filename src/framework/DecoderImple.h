@@ -21,7 +21,7 @@ namespace Avr { namespace Decoder {
 ///
 /// No lock of the engine is held around the player's callbacks, the stream or a hook.
 /// The final class calls Close in its destructor, so that its hooks outlive the decoding thread.
-class AVR_API DecoderImple {
+class DecoderImple {
 public:
     using Stream = Avr::Interface::IReadableStream;
     using StreamPtr = boost::shared_ptr<Stream>;

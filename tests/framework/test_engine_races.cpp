@@ -7,7 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <condition_variable>
 #include <fcntl.h>
+#include <mutex>
 #include <thread>
 
 using namespace avr::test;
@@ -42,9 +44,23 @@ struct Counter final : IDecoderCallback {
     {
         if (event >= 0 && event < 13)
             ++seen[event];
+        if (event == EventClosed) {
+            std::lock_guard<std::mutex> lock(m_lock);
+            m_closed.notify_one();
+        }
         return 0;
     }
+    /// Sleeps, so that a busy machine wakes it at once.
+    void waitForRun(int round)
+    {
+        std::unique_lock<std::mutex> lock(m_lock);
+        m_closed.wait(lock, [&] { return seen[EventClosed] >= round; });
+    }
     std::atomic<int> seen[13] = {};
+
+private:
+    std::mutex m_lock;
+    std::condition_variable m_closed;
 };
 
 } // namespace
@@ -61,8 +77,7 @@ TEST(EngineRaces, NoStartIsLost)
         // Hits the time before, in and after event 2 and around the wait.
         while (decoder.Start() != Ok)
             ;
-        while (callback.seen[1] <= round)
-            std::this_thread::yield();
+        callback.waitForRun(round + 1);
     }
     EXPECT_EQ(Rounds, callback.seen[6]);
     EXPECT_EQ(0, callback.seen[0]);

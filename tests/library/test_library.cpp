@@ -3,6 +3,7 @@
 #include "Samples.h"
 #include "decoder/DecoderFactory.h"
 #include "decoder/IDecoder.h"
+#include "sound/Sinks.h"
 #include "sound/SoundDevice.h"
 
 #include <gtest/gtest.h>
@@ -123,6 +124,36 @@ TEST(Library, EveryFrameIsHeardBeforeTheDeviceHasCompleted)
             std::this_thread::sleep_for(std::chrono::milliseconds(2));
         EXPECT_EQ(track.pcmBytes, played) << track.format;
         decoder.Close();
+    }
+    std::string error;
+    EXPECT_TRUE(device.closeSink(error));
+}
+
+TEST(Library, ADeviceThatNeverCompletesHoldsNobody)
+{
+    Avr::Decoder::InitDecoder();
+    NullFaults faults;
+    faults.neverCompletes = true;
+    SoundDevice& device = SoundDevice::instance();
+    device.setSink(makeNullSink(Pace::AsFastAsPossible, &faults));
+    for (bool late : {false, true}) {
+        Player player;
+        player.device = &device;
+        player.decoder = LookupFromFormat("wav");
+        player.format = {44100, 2, 2};
+        WaveSpec spec;
+        ASSERT_EQ(Ok, player.decoder->Open(streamOf(waveFile(spec)), &player));
+        while (!device.getEofMark())
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        if (late) { // but completes in the end
+            faults.lateMilliseconds = 30;
+            faults.neverCompletes = false;
+            EXPECT_TRUE(player.events.waitFor(EventClosed));
+        }
+        player.decoder->Close();
+        EXPECT_EQ(late ? 1 : 0, player.events.count(EventEndOfStream));
+        EXPECT_EQ(1, player.events.count(EventClosed));
+        device.stop();
     }
     std::string error;
     EXPECT_TRUE(device.closeSink(error));
