@@ -80,7 +80,7 @@ void EventLog::begin(std::string const& path)
     m_crc.reset();
     m_bytes = 0;
     m_blocks = 0;
-    writeText(m_descriptor, "track " + printable(path) + "\n");
+    write("track " + printable(path) + "\n");
 }
 
 void EventLog::event(int event, const void* data, unsigned int)
@@ -89,7 +89,20 @@ void EventLog::event(int event, const void* data, unsigned int)
         return;
     std::string const line = "event " + std::to_string(event) + ' ' + eventText(event, data) + '\n';
     std::lock_guard<std::mutex> const guard(m_lock);
-    writeText(m_descriptor, line);
+    write(line);
+}
+
+void EventLog::write(std::string const& text)
+{
+    int const error = writeText(m_descriptor, text);
+    if (m_error == 0)
+        m_error = error;
+}
+
+int EventLog::error() const
+{
+    std::lock_guard<std::mutex> const guard(m_lock);
+    return m_error;
 }
 
 void EventLog::pcm(const void* data, unsigned int bytes)
@@ -106,7 +119,7 @@ void EventLog::end()
     char text[96];
     std::snprintf(text, sizeof text, "pcm bytes=%llu blocks=%llu crc32=0x%08lx\n", m_bytes,
                   m_blocks, static_cast<unsigned long>(m_crc.checksum()));
-    writeText(m_descriptor, text);
+    write(text);
 }
 
 }} // namespace avr::player

@@ -20,14 +20,19 @@ public:
     void pcm(const void* data, unsigned int bytes);
     /// After the close event.
     void end();
+    /// 0, or the errno of the first line that could not be written.
+    int error() const;
 
 private:
+    void write(std::string const& text);
+
     int const m_descriptor;
     bool const m_withBufferFill;
-    std::mutex m_lock; ///< guards everything below
+    mutable std::mutex m_lock; ///< guards everything below
     boost::crc_32_type m_crc;
     unsigned long long m_bytes = 0;
     unsigned long long m_blocks = 0;
+    int m_error = 0;
 };
 
 }} // namespace avr::player

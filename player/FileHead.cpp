@@ -13,6 +13,7 @@ namespace {
 constexpr std::size_t HeadBytes = 4096;
 constexpr std::size_t SubFormatOffset = 24;
 constexpr std::size_t ShortestFormat = 16;
+constexpr std::size_t ExtensibleFormat = 40;
 
 std::uint32_t number(std::string const& bytes, std::size_t at, std::size_t width)
 {
@@ -70,7 +71,8 @@ bool WaveHead::walk(std::string const& head, std::size_t at)
     if (head.compare(at, 4, "fmt ") == 0 && at + 8 + ShortestFormat <= m_size) {
         m_format = true;
         m_tag = number(head, at + 8, 2);
-        m_subFormat = number(head, at + 8 + SubFormatOffset, 2);
+        if (number(head, at + 4, 4) >= ExtensibleFormat)
+            m_subFormat = number(head, at + 8 + SubFormatOffset, 2);
     }
     m_data = head.compare(at, 4, "data") == 0;
     return !m_data;
@@ -86,8 +88,8 @@ std::string WaveHead::complaint() const
     if (!m_format || !m_data)
         return whole ? "the WAVE header is cut off; get a complete copy of the file"
                      : "no WAVE format and data within its first 4096 bytes; convert the file";
-    if (floatingPoint() || (m_tag != 1 && m_tag != 0xFFFE))
-        return "WAVE with " + tagText(floatingPoint() ? 3 : m_tag) +
+    if (foreignSubFormat() || (m_tag != 1 && m_tag != 0xFFFE))
+        return "WAVE with " + tagText(foreignSubFormat() ? m_subFormat : m_tag) +
                "; only integer PCM is played, convert the file";
     if (whole)
         return "too short: the WAVE decoder needs a file of at least 4096 bytes";

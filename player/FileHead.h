@@ -14,8 +14,8 @@ struct WaveHead {
 
     /// One line: what is wrong and what to do. Empty when nothing is.
     std::string complaint() const;
-    /// Extensible format with floating-point samples: the decoder would take them for integers.
-    bool floatingPoint() const { return m_tag == 0xFFFE && m_subFormat == 3; }
+    /// Extensible format of anything but integers, which the decoder would take for them.
+    bool foreignSubFormat() const { return m_tag == 0xFFFE && m_subFormat != 1; }
 
 private:
     bool walk(std::string const& head, std::size_t at);
@@ -26,7 +26,7 @@ private:
     bool m_format = false;
     bool m_data = false;
     unsigned m_tag = 0;
-    unsigned m_subFormat = 0;
+    unsigned m_subFormat = 1; ///< where the format does not say: integers
 };
 
 }} // namespace avr::player

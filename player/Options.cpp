@@ -112,7 +112,8 @@ bool takeTexts(Texts const& texts, Options& options, std::string& error)
     if (texts.realtime || texts.fast)
         options.pacing = texts.fast ? Pacing::AsFastAsPossible : Pacing::Realtime;
     if (!texts.output.empty() && !parseOutput(texts.output, options.output)) {
-        error = "-o " + texts.output + ": give alsa[:DEVICE], wav:FILE, raw:FILE, raw:- or null";
+        error = "-o " + texts.output +
+                ": give alsa[:DEVICE], wav:FILE, raw:FILE, raw:- (standard output) or null";
         return false;
     }
     if (options.startGiven && !parseTime(texts.start, options.start)) {

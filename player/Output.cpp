@@ -31,6 +31,16 @@ Output makeBestOutput(Pacing pacing)
             "no sound device can be opened, playing in silence (-o null)"};
 }
 
+/// The library's log has these by the time an output is opened: opening them would write nowhere.
+bool isStandardDescriptor(std::string const& name)
+{
+    for (const char* folder : {"/dev/fd/", "/proc/self/fd/"})
+        for (const char* number : {"1", "2"})
+            if (name == std::string(folder) + number)
+                return true;
+    return name == "/dev/stdout" || name == "/dev/stderr";
+}
+
 } // namespace
 
 bool parseOutput(std::string const& text, OutputChoice& choice)
@@ -38,10 +48,10 @@ bool parseOutput(std::string const& text, OutputChoice& choice)
     std::size_t const colon = text.find(':');
     std::string const type = text.substr(0, colon);
     std::string const name = colon == std::string::npos ? "" : text.substr(colon + 1);
-    bool const named = !name.empty();
+    bool const named = !name.empty() && !isStandardDescriptor(name);
     if (type == "alsa" && (named || colon == std::string::npos))
         choice = {Kind::Alsa, named ? name : DefaultDevice};
-    else if (type == "wav" && named)
+    else if (type == "wav" && named && name != "-")
         choice = {Kind::WavFile, name};
     else if (type == "raw" && named)
         choice = {name == "-" ? Kind::StandardOutput : Kind::RawFile, name};

@@ -37,6 +37,8 @@ int Player::play()
     playAll();
     m_keys.reset();
     closeOutput();
+    if (m_log && m_log->error() != 0)
+        textLost(m_log->error());
     return exitCode();
 }
 
@@ -50,16 +52,31 @@ int Player::probe()
             m_failed = true;
             m_display.error(path + ": " + found.error);
         }
+        int error = 0;
         if (m_options.json)
-            writeText(m_outputs.out(), probeJson(found));
+            error = writeText(m_outputs.out(), probeJson(found));
         else if (found.error.empty())
-            writeText(m_outputs.out(), probeText(found));
+            error = writeText(m_outputs.out(), probeText(found));
+        if (error != 0) {
+            textLost(error);
+            break;
+        }
     }
     return exitCode();
 }
 
+void Player::textLost(int error)
+{
+    m_failed = true;
+    m_display.error("standard output: " + errnoText(error));
+}
+
 bool Player::openOutput()
 {
+    if (m_options.output.kind == OutputChoice::Kind::StandardOutput && m_outputs.outWasClosed()) {
+        m_display.error("standard output is closed; redirect it, or give -o raw:FILE");
+        return false;
+    }
     Output output = makeOutput(m_options.output, m_options.pacing, m_outputs.out());
     if (!output.sink) {
         m_display.error(output.line);
@@ -89,6 +106,9 @@ void Player::playAll()
             break;
         case TrackEnd::Again:
             break;
+        case TrackEnd::OutputLost:
+            m_failed = true;
+            return;
         case TrackEnd::Quit:
         case TrackEnd::Interrupted:
             return;

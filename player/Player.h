@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ExitCode.h"
 #include "Report.h"
 #include "Session.h"
 #include "StandardOutputs.h"
@@ -7,14 +8,6 @@
 #include <memory>
 
 namespace avr { namespace player {
-
-enum ExitCode : int {
-    AllPlayed = 0,
-    TrackFailed = 1,
-    WrongUsage = 2,
-    NoOutput = 3,
-    WasInterrupted = 130
-};
 
 /// Plays or probes the files of the command line, one after the other.
 class Player {
@@ -30,6 +23,7 @@ private:
     void playAll();
     TrackEnd playOne(std::string const& path);
     void closeOutput();
+    void textLost(int error);
     int exitCode() const;
 
     Options const& m_options;

@@ -182,6 +182,12 @@ bool Session::playedOut()
 
 void Session::conclude()
 {
+    std::string const output = m_news.opened ? m_stage.device.failure() : std::string();
+    if (!output.empty()) {
+        m_stage.display.error("the output failed: " + output);
+        m_end = TrackEnd::OutputLost; // the next track would fare no better
+        return;
+    }
     std::string const reason = fault();
     if (!reason.empty())
         return fail(reason);
@@ -191,9 +197,6 @@ void Session::conclude()
 /// Why a run that is over did not play its track, or nothing.
 std::string Session::fault() const
 {
-    std::string const output = m_news.opened ? m_stage.device.failure() : std::string();
-    if (!output.empty())
-        return "the output failed: " + output;
     if (!m_news.decodedAll)
         return explainFailure(m_source, m_news.failure, m_news.opened);
     if (m_track.bytesDelivered() != 0)

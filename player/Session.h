@@ -22,7 +22,7 @@ struct Stage {
 };
 
 /// How a track ended, or what the listener wants instead of it.
-enum class TrackEnd { Played, Failed, Next, Previous, Again, Quit, Interrupted };
+enum class TrackEnd { Played, Failed, OutputLost, Next, Previous, Again, Quit, Interrupted };
 
 /// Plays one track: the main loop from Open to the end of its run.
 class Session {

@@ -1,9 +1,13 @@
 #include "Signals.h"
 
+#include "ExitCode.h"
+#include "TerminalMode.h"
+
 #include <atomic>
 #include <initializer_list>
 
 #include <signal.h>
+#include <unistd.h>
 
 namespace avr { namespace player {
 
@@ -15,6 +19,11 @@ std::atomic<bool> s_continued{false};
 
 void onSignal(int signal)
 {
+    // Asked a second time: something holds the orderly end up, a pipe that nobody reads perhaps.
+    if (signal != SIGCONT && s_interrupted) {
+        TerminalMode::restore();
+        _exit(WasInterrupted);
+    }
     (signal == SIGCONT ? s_continued : s_interrupted) = true;
     if (Wakeup const* wakeup = s_wakeup)
         wakeup->post();
@@ -38,8 +47,10 @@ Signals::Signals(Wakeup const& wakeup)
     s_wakeup = &wakeup;
     for (int number : {SIGINT, SIGTERM, SIGHUP, SIGCONT})
         handle(number);
-    // A reader of our output that goes away is a failed write, not the end of the program.
+    // A reader of our output that goes away, or a file too large, is a failed write, not the end
+    // of the program.
     signal(SIGPIPE, SIG_IGN);
+    signal(SIGXFSZ, SIG_IGN);
 }
 
 Signals::~Signals() { s_wakeup = nullptr; }

@@ -32,13 +32,6 @@ bool isAddress(std::string const& path)
     return end != std::string::npos && end > 0 && path.find('/') > end;
 }
 
-std::string errnoText(int number)
-{
-    std::string text = std::strerror(number);
-    text[0] = lowerCase(text.substr(0, 1))[0];
-    return text;
-}
-
 /// What keeps a file from being played whatever its format, or nothing.
 std::string fileComplaint(std::string const& path)
 {
@@ -121,7 +114,7 @@ bool findSource(std::string const& path, Options const& options, Source& source,
         source.decoder = Avr::Decoder::LookupFromFormat(options.format);
     }
     WaveHead const head(source.isHeaderless() ? std::string() : readFileHead(path));
-    if (head.floatingPoint())
+    if (head.foreignSubFormat())
         error = head.complaint();
     source.stream = boost::make_shared<host::FileStream>(path);
     return error.empty();

@@ -9,8 +9,13 @@
 
 namespace avr { namespace player {
 
+namespace {
+bool s_outWasClosed = false;
+}
+
 void StandardOutputs::fillGaps()
 {
+    s_outWasClosed = fcntl(STDOUT_FILENO, F_GETFD) < 0;
     for (int descriptor = 0; descriptor <= STDERR_FILENO; ++descriptor)
         if (fcntl(descriptor, F_GETFD) < 0 && open("/dev/null", O_RDWR) != descriptor)
             _exit(1);
@@ -29,6 +34,8 @@ StandardOutputs::StandardOutputs(bool showLog)
     if (log != m_err)
         close(log);
 }
+
+bool StandardOutputs::outWasClosed() const { return s_outWasClosed; }
 
 StandardOutputs::~StandardOutputs()
 {

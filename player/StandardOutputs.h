@@ -15,6 +15,8 @@ public:
 
     int out() const { return m_out; }
     int err() const { return m_err; }
+    /// The program was started without a standard output; what goes there is lost.
+    bool outWasClosed() const;
 
     /// To be called before anything is opened: a file must not get the number of a standard
     /// descriptor that the program was started without.

@@ -20,17 +20,10 @@ struct sigaction s_oldActions[sizeof Crashes / sizeof *Crashes];
 
 bool inForeground() { return tcgetpgrp(STDIN_FILENO) == getpgrp(); }
 
-// Called in signal handlers too.
-void restore()
-{
-    if (s_changed.exchange(false))
-        tcsetattr(STDIN_FILENO, TCSANOW, &s_original);
-}
-
 void onStop(int)
 {
     int const kept = errno;
-    restore();
+    TerminalMode::restore();
     kill(getpid(), SIGSTOP);
     errno = kept;
 }
@@ -38,7 +31,7 @@ void onStop(int)
 // The former action then sees the same signal, so that a crash still is one.
 void onCrash(int signal)
 {
-    restore();
+    TerminalMode::restore();
     for (std::size_t i = 0; i < sizeof Crashes / sizeof *Crashes; ++i)
         if (Crashes[i] == signal)
             sigaction(signal, &s_oldActions[i], nullptr);
@@ -70,6 +63,12 @@ TerminalMode::TerminalMode()
 }
 
 TerminalMode::~TerminalMode() { restore(); }
+
+void TerminalMode::restore()
+{
+    if (s_changed.exchange(false))
+        tcsetattr(STDIN_FILENO, TCSANOW, &s_original);
+}
 
 bool TerminalMode::active() const { return s_changed && inForeground(); }
 

@@ -15,6 +15,8 @@ public:
     /// True while keys arrive: not while the program is in the background, where a read would
     /// stop it.
     bool active() const;
+    /// Puts the terminal back; may be called in signal handlers.
+    static void restore();
     /// After the program was stopped and goes on.
     void enterAgain();
 };

@@ -5,6 +5,9 @@
 #include <cstdint>
 #include <limits>
 
+#include <system_error>
+
+#include <poll.h>
 #include <unistd.h>
 
 namespace avr { namespace player {
@@ -129,15 +132,27 @@ std::string lowerCase(std::string text)
     return text;
 }
 
-void writeText(int descriptor, std::string const& text)
+std::string errnoText(int number)
+{
+    std::string text = std::generic_category().message(number);
+    text[0] = lowerCase(text.substr(0, 1))[0];
+    return text;
+}
+
+int writeText(int descriptor, std::string const& text)
 {
     std::size_t done = 0;
     while (done < text.size()) {
         ssize_t const n = ::write(descriptor, text.data() + done, text.size() - done);
-        if (n < 0 && errno != EINTR)
-            return;
+        if (n < 0 && errno == EAGAIN) { // a pipe that does not block, and is full
+            pollfd room{descriptor, POLLOUT, 0};
+            poll(&room, 1, -1);
+        } else if (n < 0 && errno != EINTR) {
+            return errno;
+        }
         done += n > 0 ? static_cast<std::size_t>(n) : 0;
     }
+    return 0;
 }
 
 }} // namespace avr::player

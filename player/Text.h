@@ -26,8 +26,11 @@ kiv::appli::TimeSpec toTimeSpec(double seconds);
 /// The text in lower case, ASCII only.
 std::string lowerCase(std::string text);
 
-/// Writes all of it; what cannot be written (a closed pipe) is dropped. Nobody else's line comes
-/// in between when it is one line.
-void writeText(int descriptor, std::string const& text);
+/// What an errno says, as it stands within a line.
+std::string errnoText(int number);
+
+/// Writes all of it. Nobody else's line comes in between when it is one line.
+/// @return 0, or the errno of what kept the rest from being written
+int writeText(int descriptor, std::string const& text);
 
 }} // namespace avr::player

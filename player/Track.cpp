@@ -10,6 +10,8 @@ namespace {
 
 using namespace kiv::appli;
 
+constexpr double LargestWaveOffset = 4294967295.0 - 4096;
+
 /// The output takes signed 8, 16, 24 and 32 bits; a decoder makes only real 8-bit PCM signed.
 bool playable(unsigned int bits, unsigned int bytesPerSample)
 {
@@ -70,7 +72,10 @@ int Track::start(TimeSpec const& position)
 
 int Track::seek(TimeSpec const& position)
 {
-    if (!m_source.canSeek())
+    // The WAVE decoder's offsets have 32 bits: beyond, it would go somewhere else.
+    bool const beyond = !m_source.isHeaderless() &&
+                        toSeconds(position) * m_clock.bytesPerSecond() > LargestWaveOffset;
+    if (!m_source.canSeek() || beyond)
         return ErrorNotSupported;
     int const result = m_source.decoder->Seek(position);
     if (result == 0)
@@ -211,7 +216,7 @@ std::string Track::prepareOutput(TrackInfo const& info)
     std::string error;
     m_clock.begin(bytesPerSecond(info.pcm));
     if (!m_device->beginRun(info.pcm, error))
-        return "the output refuses it: " + error;
+        return error;
     return {};
 }
 

@@ -17,6 +17,14 @@ void sayError(int descriptor, std::string const& error)
     writeText(descriptor, "avrplay: " + printable(error) + '\n');
 }
 
+/// @param error  what writeText answered
+int toldOrNot(int descriptor, int error)
+{
+    if (error != 0)
+        sayError(descriptor, "standard output: " + errnoText(error));
+    return error == 0 ? AllPlayed : TrackFailed;
+}
+
 int runTask(Options const& options, StandardOutputs const& outputs)
 {
     Avr::Decoder::InitDecoder();
@@ -26,8 +34,7 @@ int runTask(Options const& options, StandardOutputs const& outputs)
         return WrongUsage;
     }
     if (options.task == Options::Task::ListFormats) {
-        writeText(outputs.out(), formatsText());
-        return AllPlayed;
+        return toldOrNot(outputs.err(), writeText(outputs.out(), formatsText()));
     }
     Player player(options, outputs);
     return options.task == Options::Task::Probe ? player.probe() : player.play();
@@ -61,8 +68,8 @@ int main(int argc, char** argv)
         if (options.task != Options::Task::ShowHelp && options.task != Options::Task::ShowVersion)
             return useLibrary(options);
         bool const help = options.task == Options::Task::ShowHelp;
-        writeText(STDOUT_FILENO, help ? HelpText : "avrplay " AVR_VERSION "\n");
-        return AllPlayed;
+        return toldOrNot(STDERR_FILENO,
+                         writeText(STDOUT_FILENO, help ? HelpText : "avrplay " AVR_VERSION "\n"));
     } catch (std::exception const& fault) {
         sayError(STDERR_FILENO, fault.what());
         return TrackFailed;

@@ -21,6 +21,13 @@ inline bool operator==(PcmFormat const& a, PcmFormat const& b)
 }
 inline bool operator!=(PcmFormat const& a, PcmFormat const& b) { return !(a == b); }
 
+/// For error lines.
+inline std::string describe(PcmFormat const& format)
+{
+    return std::to_string(format.rate) + " Hz, " + std::to_string(format.channels) + " channels, " +
+           std::to_string(format.bytesPerSample * 8) + " bits";
+}
+
 /// Where the sound device's PCM goes. The sound device sees to it that at most one thread is
 /// inside a sink at a time; no call but write may block, and write for some 50 ms at most.
 class ISoundSink {

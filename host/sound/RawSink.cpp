@@ -15,10 +15,15 @@ public:
 
     bool open(PcmFormat const& format, std::string& error) override
     {
+        if (m_begun && m_format != format) {
+            error = m_file.name() + ": holds " + describe(m_format) + " and cannot take " +
+                    describe(format) + " too; write such tracks into different files";
+            return false;
+        }
         if (!m_begun && !m_file.open(error))
             return false;
         m_begun = true;
-        m_frameBytes = format.frameBytes();
+        m_format = format;
         m_pacer.open(format);
         return true;
     }
@@ -28,7 +33,7 @@ public:
         const std::size_t room = m_pacer.room(bytes);
         if (room == 0)
             return 0;
-        const long taken = m_file.write(pcm, room, m_frameBytes, error);
+        const long taken = m_file.write(pcm, room, m_format.frameBytes(), error);
         if (taken > 0)
             m_pacer.took(std::size_t(taken));
         return taken;
@@ -49,7 +54,7 @@ private:
     OutputFile m_file;
     Pacer m_pacer;
     bool m_begun = false;
-    std::size_t m_frameBytes = 1;
+    PcmFormat m_format;
 };
 
 } // namespace

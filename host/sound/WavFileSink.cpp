@@ -44,12 +44,6 @@ Header makeHeader(PcmFormat const& format, std::uint32_t riffBytes, std::uint32_
     return header;
 }
 
-std::string describe(PcmFormat const& format)
-{
-    return std::to_string(format.rate) + " Hz, " + std::to_string(format.channels) + " channels, " +
-           std::to_string(format.bytesPerSample * 8) + " bits";
-}
-
 /// What the header's fields can say.
 bool fitsHeader(PcmFormat const& format)
 {

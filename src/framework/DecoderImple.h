@@ -170,6 +170,7 @@ private:
     // The end-of-track handshake.
     void endOfData();
     bool decideEndOfStream();
+    void waitForDevice();
     Avr::Player::soundDeviceThread& soundDevice();
 
     bool isClosing() const { return m_closeInProgress || m_closedFromWithin; }

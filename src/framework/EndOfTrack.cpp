@@ -43,13 +43,28 @@ void DecoderImple::endOfData()
         Interrunpt();
 }
 
+/// Until the device is worth asking again; while paused it cannot complete.
+void DecoderImple::waitForDevice()
+{
+    using boost::chrono::milliseconds;
+    Lock lock(m_stateLock);
+    auto const now = boost::chrono::steady_clock::now();
+    auto const paused = now + milliseconds(deadlines().pausedPoll.count());
+    while (m_state == State::Paused && !isClosing()) {
+        if (m_wake.wait_until(lock, paused) == boost::cv_status::timeout)
+            return;
+    }
+    lock.unlock();
+    boost::this_thread::sleep_until(now + milliseconds(deadlines().endPoll.count()));
+}
+
 int DecoderImple::eofCommonProcess()
 {
     if (!GetEofMarkFromSoundDevice())
         return 0;
     if (decideEndOfStream())
         return ResultEndOfStream;
-    boost::this_thread::sleep_for(boost::chrono::milliseconds(deadlines().endPoll.count()));
+    waitForDevice();
     return 1;
 }
 
