@@ -66,7 +66,7 @@ TEST(Play, GoesOnAfterAFileThatFails)
     EXPECT_EQ(outcome.exit, 1);
     EXPECT_TRUE(audioOf(out) == pcm + pcm);
     EXPECT_NE(outcome.err.find("nosuch.wav: no such file"), std::string::npos) << outcome.err;
-    EXPECT_NE(outcome.err.find("other.wav: "), std::string::npos);
+    EXPECT_NE(outcome.err.find("and cannot take"), std::string::npos);
 }
 
 TEST(Play, TheEndOfATrackIsHeardBeforeTheNextBegins)
