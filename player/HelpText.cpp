@@ -55,8 +55,8 @@ keys, when standard input is a terminal:
   q            quit                          seconds: previous track
 
 On a terminal one line shows state, elapsed time and duration, buffer fill and
-format; --:-- stands for a duration that is not known. Otherwise there is one
-plain line per track, on standard error.
+format; --:-- stands for a duration that is not known. Otherwise, and with -v or
+--events, there is one plain line per track, on standard error.
 
 exit status:
   0  everything was played (or quit by key)      3    no output device

@@ -128,7 +128,12 @@ bool OutputFile::hasRoom(int milliseconds) const
 
 bool OutputFile::report(int code, std::string& error) const
 {
-    error = m_name + ": " + std::system_category().message(code);
+    std::string reason = std::system_category().message(code);
+    if (code == ENXIO)
+        reason = "nobody reads this pipe";
+    if (reason[0] >= 'A' && reason[0] <= 'Z' && reason[1] >= 'a') // it stands within a line
+        reason[0] = static_cast<char>(reason[0] - 'A' + 'a');
+    error = m_name + ": " + reason;
     return false;
 }
 

@@ -87,9 +87,9 @@ TEST_F(Output, AnInterruptedOrFullWavFilePlays)
 TEST_F(Output, WhatCannotBeStoredIsSaidInOneLine)
 {
     const std::string noFolder = dir.file("no/such");
-    for (auto const& it : {std::pair(noFolder, noFolder + ": No such file or directory"),
-                           std::pair(dir.file(""), dir.file("") + ": Is a directory"),
-                           std::pair("/dev/full"s, "/dev/full: No space left on device"s)}) {
+    for (auto const& it : {std::pair(noFolder, noFolder + ": no such file or directory"),
+                           std::pair(dir.file(""), dir.file("") + ": is a directory"),
+                           std::pair("/dev/full"s, "/dev/full: no space left on device"s)}) {
         EXPECT_FALSE(makeWavFileSink(it.first, Fast)->open(Cd, error));
         EXPECT_EQ(error, it.second);
         EXPECT_FALSE(play(makeRawFileSink(it.first, Fast), Cd, "abcd"));
