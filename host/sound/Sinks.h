@@ -31,8 +31,6 @@ AVR_API std::unique_ptr<ISoundSink> makeRawDescriptorSink(int descriptor, std::s
 struct NullFaults {
     std::atomic<bool> neverCompletes{false}; ///< drained() stays false
     std::atomic<int> lateMilliseconds{0};    ///< drained() only this long after finish()
-    std::atomic<bool> takesNothing{false};   ///< write() takes 0 bytes
-    std::atomic<bool> fails{false};          ///< write() fails
 };
 
 /// Takes everything, keeps nothing. `faults`, when given, must outlive the sink.

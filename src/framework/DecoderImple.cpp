@@ -17,7 +17,7 @@ DecoderImple::DecoderImple() = default;
 
 DecoderImple::~DecoderImple() { Close(); }
 
-int DecoderImple::Open(StreamPtr stream, Callback* callback)
+int DecoderImple::Open(StreamPtr const& stream, Callback* callback)
 {
     logLine("[DecoderImple::Open()] called.");
     // Either would have to wait for itself.

@@ -35,7 +35,7 @@ public:
     DecoderImple& operator=(DecoderImple const&) = delete;
 
     // For the player, through IDecoder; any thread. DecoderImple.cpp.
-    int Open(StreamPtr stream, Callback* callback);
+    int Open(StreamPtr const& stream, Callback* callback);
     int Start();
     int Resume();
     int Pause();

@@ -30,9 +30,9 @@ Bytes smallWave(std::uint32_t frames)
 std::vector<DecoderUnderTest> const& decodersUnderTest()
 {
     static std::vector<DecoderUnderTest> const rows = {
-        {"lpcm", make<Avr::Decoder::LpcmDecoder>, noise(60000), true, true, true},
-        {"wav", make<WaveDecoder>, smallWave(30000), false, false, false},
-        {"wavtestmode", make<WaveTestModeDecoder>, smallWave(3000), false, false, true},
+        {"lpcm", make<Avr::Decoder::LpcmDecoder>, noise(60000), true, true, true, false},
+        {"wav", make<WaveDecoder>, smallWave(30000), false, false, false, false},
+        {"wavtestmode", make<WaveTestModeDecoder>, smallWave(3000), false, false, true, true},
     };
     return rows;
 }

@@ -21,6 +21,8 @@ struct DecoderUnderTest {
     bool playsWithoutCallback;
     /// Faults of the stream in the play loop are not told from its end.
     bool takesFaultsAsEnd;
+    /// Plays its input more than once.
+    bool repeats;
 };
 
 inline std::ostream& operator<<(std::ostream& out, DecoderUnderTest const& row)

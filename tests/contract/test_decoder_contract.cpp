@@ -1,12 +1,8 @@
 // What every decoder keeps to, whatever its format.
 #include "BuildKind.h"
+#include "DecoderRun.h"
 #include "DecodersUnderTest.h"
-#include "FakeSoundDevice.h"
 #include "LogCapture.h"
-#include "RecordingCallback.h"
-#include "Samples.h"
-
-#include <gtest/gtest.h>
 
 #include <random>
 #include <thread>
@@ -17,15 +13,10 @@ using Events = std::vector<int>;
 
 namespace {
 
-class Contract : public testing::TestWithParam<DecoderUnderTest> {
+class Contract : public DecoderRun, public testing::WithParamInterface<DecoderUnderTest> {
 protected:
-    void open(Script script)
-    {
-        FakeSoundDevice::instance().beginRun();
-        callback.clear();
-        stream = scripted(std::move(script));
-        ASSERT_EQ(Ok, decoder->Open(stream, &callback));
-    }
+    IDecoder& underTest() override { return *decoder; }
+
     Script sample() const
     {
         Script script;
@@ -34,27 +25,10 @@ protected:
     }
     void playToTheEnd()
     {
-        if (callback.waitFor(2)) {
-            decoder->Start();
-        }
-        EXPECT_TRUE(callback.waitFor(1));
-    }
-    /// Ends with exactly one event 1, which is the last.
-    void expectOneRun()
-    {
-        Events const events = callback.events();
-        ASSERT_FALSE(events.empty());
-        EXPECT_EQ(1, events.back());
-        EXPECT_EQ(1, callback.count(1));
-        smart_enum<DecoderStateBase> state;
-        decoder->GetCurrentState(state);
-        EXPECT_EQ(DecoderStateBase::Closed, state);
-        EXPECT_FALSE(stream->contractBroken());
-        EXPECT_LT(stream->IsOpened(), 0);
+        open(sample());
+        play();
     }
 
-    RecordingCallback callback;
-    boost::shared_ptr<ScriptedStream> stream;
     std::unique_ptr<IDecoder> decoder = GetParam().make();
 };
 
@@ -67,10 +41,8 @@ TEST_P(Contract, PlaysTrackAfterTrack)
 {
     Bytes first;
     for (int track = 0; track < 3; ++track) {
-        open(sample());
         playToTheEnd();
         EXPECT_EQ((Events{2, 4, 6, 1}), callback.events());
-        expectOneRun();
         if (track == 0)
             first = callback.pcm();
         EXPECT_FALSE(first.empty());
@@ -102,7 +74,6 @@ TEST_P(Contract, CloseInEveryState)
 
 TEST_P(Contract, PausedAndResumedItPlaysTheSame)
 {
-    open(sample());
     playToTheEnd();
     Bytes const expected = callback.pcm();
     std::atomic<int> blocks{0};
@@ -115,26 +86,19 @@ TEST_P(Contract, PausedAndResumedItPlaysTheSame)
         if (event == 5)
             decoder->Resume();
     };
-    open(sample());
     playToTheEnd();
     EXPECT_EQ(expected, callback.pcm());
     EXPECT_GE(callback.count(5), 1);
     EXPECT_EQ(callback.count(5) + 1, callback.count(4));
-    expectOneRun();
 }
 
 TEST_P(Contract, GarbageAndEmptyInputFailOrEndQuietly)
 {
     for (std::size_t size : {0u, 1u, 100u, 5000u}) {
-        Script script;
-        script.data = noise(size, 99);
-        open(script);
-        if (GetParam().takesAnything)
-            playToTheEnd();
-        ASSERT_TRUE(callback.waitFor(1));
+        open(noise(size, 99));
+        GetParam().takesAnything ? play() : expectOneRun();
         EXPECT_EQ(GetParam().takesAnything ? (Events{2, 4, 6, 1}) : (Events{11, 1}),
                   callback.events());
-        expectOneRun();
     }
 }
 
@@ -156,6 +120,27 @@ TEST_P(Contract, NullStreamAndNullCallback)
     EXPECT_EQ(GetParam().playsWithoutCallback, reads > 7) << reads;
 }
 
+TEST_P(Contract, ARefusedBlockEndsTheRunWithoutAMark)
+{
+    callback.onSample = [] { return -5; };
+    playToTheEnd();
+    EXPECT_EQ((Events{2, 4, 0, 1}), callback.events());
+    EXPECT_EQ(1u, callback.blocks().size());
+    EXPECT_EQ(0, FakeSoundDevice::instance().marksPut);
+}
+
+TEST_P(Contract, CloseEndsTheWaitForADeviceThatNeverCompletes)
+{
+    openAndWait(sample());
+    FakeSoundDevice::instance().completes = false;
+    decoder->Start();
+    while (FakeSoundDevice::instance().marksPut + callback.count(1) == 0)
+        std::this_thread::yield();
+    decoder->Close();
+    EXPECT_EQ(0, callback.count(0));
+    expectOneRun();
+}
+
 TEST_P(Contract, AnswersPropertiesInEveryState)
 {
     auto const ask = [&] {
@@ -172,10 +157,8 @@ TEST_P(Contract, AnswersPropertiesInEveryState)
     ask();
     callback.onEvent = [&](int) { ask(); };
     callback.onSample = [&] { return ask(), 0; };
-    open(sample());
     playToTheEnd();
     ask();
-    expectOneRun();
 }
 
 TEST_P(Contract, CloseAtAThousandRandomMoments)
@@ -208,8 +191,7 @@ TEST_P(Contract, SeeksWhilePlayingKeepEverythingInOrder)
     callback.onSample = [] { return std::this_thread::yield(), 0; };
     Script script = sample();
     script.longestRead = 300;
-    open(script);
-    ASSERT_TRUE(callback.waitFor(2));
+    openAndWait(script);
     std::thread player([&] {
         for (std::uint32_t i = 0; callback.count(1) == 0; ++i) {
             TimeSpec const where{0, i * 7919 % 300000000};
@@ -219,7 +201,7 @@ TEST_P(Contract, SeeksWhilePlayingKeepEverythingInOrder)
                 decoder->Close();
         }
     });
-    playToTheEnd();
+    decoder->Start();
     player.join();
     decoder->Close();
     expectOneRun();

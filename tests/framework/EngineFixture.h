@@ -1,13 +1,9 @@
 #pragma once
 
 #include "Deadlines.h"
-#include "FakeSoundDevice.h"
+#include "DecoderRun.h"
 #include "LogCapture.h"
-#include "RecordingCallback.h"
-#include "Samples.h"
 #include "TestDecoder.h"
-
-#include <gtest/gtest.h>
 
 #include <thread>
 
@@ -20,22 +16,37 @@ using Events = std::vector<int>;
 using std::chrono::milliseconds;
 
 /// An engine with the test's hooks, a scripted stream and a recording player.
-class Engine : public testing::Test {
+class Engine : public DecoderRun {
 protected:
     ~Engine() override { deadlines() = Deadlines(); }
 
-    void open(Script script = {}) { openOn(scripted(std::move(script))); }
-    void openOn(boost::shared_ptr<ScriptedStream> on)
-    {
-        stream = on;
-        ASSERT_EQ(Ok, decoder.Open(on, &callback));
-    }
-    void play()
+    IDecoder& underTest() override { return decoder; }
+
+    using DecoderRun::open;
+    void open() { open(Script()); }
+    /// A whole run with the hooks as they are.
+    void runToTheEnd()
     {
         open();
-        ASSERT_TRUE(callback.waitFor(2));
+        play();
+    }
+    /// As far as event 4.
+    void begin()
+    {
+        openAndWait(Script());
         ASSERT_EQ(Ok, decoder.Start());
         ASSERT_TRUE(callback.waitFor(4));
+    }
+    /// A play loop that is deaf to everything but `stubborn`.
+    void playStubbornly()
+    {
+        stubborn = true;
+        decoder.onPlay = [this] {
+            while (stubborn)
+                std::this_thread::yield();
+            return 0;
+        };
+        begin();
     }
     int state()
     {
@@ -43,17 +54,8 @@ protected:
         decoder.GetCurrentState(now);
         return now;
     }
-    void finish()
-    {
-        EXPECT_TRUE(callback.waitFor(1));
-        decoder.Close();
-        EXPECT_EQ(1, callback.count(1));
-        EXPECT_EQ(1, callback.events().back());
-        EXPECT_EQ(DecoderStateBase::Closed, state());
-    }
 
-    RecordingCallback callback;
-    boost::shared_ptr<ScriptedStream> stream;
+    std::atomic<bool> stubborn{false};
     TestDecoder decoder;
 };
 

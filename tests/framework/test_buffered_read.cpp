@@ -109,31 +109,25 @@ TEST_F(Reading, GivesUpOnlyWhenTheFillStandsStill)
     EXPECT_EQ(3, times("[BufferReaderModule::Read] wait one more!\n"));
 }
 
-TEST_F(Reading, AFailedStreamEndsThePlaybackAndLosesTheBlock)
+TEST_F(Reading, AFailedStreamEndsThePlaybackButNotTheTestModes)
 {
-    Script script = with(noise(100));
-    script.fault = Script::Fault::Error;
-    script.faultAtRead = 1;
-    run(script, [&] {
-        char block[400];
-        reader.SetBaseStreamEx(reader.currentStream());
-        EXPECT_EQ(0, reader.Read(block, sizeof block));
-        EXPECT_FALSE(reader.IsDecoding());
-        EXPECT_EQ(ErrorFailed, reader.interruptedResult());
-    });
-}
-
-TEST_F(Reading, TestModeKeepsWhatCameBeforeTheFailure)
-{
-    Script script = with(noise(100));
-    script.fault = Script::Fault::Error;
-    script.faultAtRead = 1;
-    run(script, [&] {
-        char block[400];
-        reader.SetBaseStreamEx(reader.currentStream());
-        EXPECT_EQ(100, reader.ReadTestMode(block, sizeof block));
-        EXPECT_TRUE(reader.IsDecoding());
-    });
+    // A stream's own time-out is a failure like any other.
+    for (Script::Fault fault : {Script::Fault::Error, Script::Fault::TimedOut}) {
+        for (bool testMode : {false, true}) {
+            Script script = with(noise(100));
+            script.fault = fault;
+            script.faultAtRead = 1;
+            callback.clear();
+            run(script, [&] {
+                char block[400];
+                reader.SetBaseStreamEx(reader.currentStream());
+                EXPECT_EQ(testMode ? 100 : 0, testMode ? reader.ReadTestMode(block, sizeof block)
+                                                       : reader.Read(block, sizeof block));
+                EXPECT_EQ(testMode, reader.IsDecoding());
+                EXPECT_EQ(ErrorFailed, reader.interruptedResult());
+            });
+        }
+    }
 }
 
 TEST_F(Reading, TheFillIsReportedInStepsOfFive)
@@ -190,17 +184,5 @@ TEST_F(Reading, AFailureOfAnOldPositionEndsNothing)
         EXPECT_TRUE(reader.IsDecoding());
         EXPECT_EQ(0, reader.Read(block, sizeof block)); // at the new position it is one
         EXPECT_EQ(1, FakeSoundDevice::instance().marksPut);
-    });
-}
-
-TEST_F(Reading, AStreamsOwnTimeOutIsAFailure)
-{
-    Script script = with(noise(100));
-    script.fault = Script::Fault::TimedOut;
-    run(script, [&] {
-        char block[400];
-        reader.SetBaseStreamEx(reader.currentStream());
-        EXPECT_EQ(0, reader.Read(block, sizeof block));
-        EXPECT_FALSE(reader.IsDecoding());
     });
 }

@@ -14,6 +14,7 @@ TEST_F(Engine, StartIsRefusedUntilTheFormatIsKnownAndOnceOnly)
     open();
     EXPECT_EQ(DecoderStateBase::PreDecoding, state());
     EXPECT_EQ(ErrorInvalidState, decoder.Start());
+    EXPECT_EQ(ErrorFailed, decoder.Seek(TimeSpec{1, 0}));
     EXPECT_EQ(DecoderStateBase::PreDecoding, state());
     mayOpen = true;
     ASSERT_TRUE(callback.waitFor(2));
@@ -22,7 +23,7 @@ TEST_F(Engine, StartIsRefusedUntilTheFormatIsKnownAndOnceOnly)
     ASSERT_TRUE(callback.waitFor(4));
     decoder.Close();
     EXPECT_EQ(ErrorInvalidState, decoder.Start());
-    finish();
+    expectOneRun();
 }
 
 TEST_F(Engine, StartMayComeFromInsideTheStreamInfoEvent)
@@ -36,18 +37,14 @@ TEST_F(Engine, StartMayComeFromInsideTheStreamInfoEvent)
     open();
     ASSERT_TRUE(callback.waitFor(1));
     EXPECT_EQ((Events{2, 4, 6, 1}), callback.events());
-    finish();
+    expectOneRun();
 }
 
 TEST_F(Engine, AnyOtherResultOfThePlayLoopIsAFailure)
 {
     for (int result : {0, -10002, -7}) {
-        callback.clear();
         decoder.onPlay = [&] { return result; };
-        open();
-        ASSERT_TRUE(callback.waitFor(2));
-        decoder.Start();
-        ASSERT_TRUE(callback.waitFor(1));
+        runToTheEnd();
         EXPECT_EQ((Events{2, 4, 0, 1}), callback.events()) << result;
     }
 }
@@ -61,7 +58,6 @@ TEST_F(Engine, FailedOpensAreToldApart)
     EXPECT_EQ((Events{0, 1}), callback.events());
 
     decoder.onOpen = [] { return ErrorFailed; };
-    callback.clear();
     open();
     ASSERT_TRUE(callback.waitFor(1));
     EXPECT_EQ((Events{11, 1}), callback.events());
@@ -75,13 +71,11 @@ TEST_F(Engine, FailedOpensAreToldApart)
     };
     Script broken;
     broken.fault = Script::Fault::Error;
-    callback.clear();
     open(broken);
     ASSERT_TRUE(callback.waitFor(1));
     EXPECT_EQ((Events{12, 1}), callback.events());
 
     decoder.onOpen = []() -> int { throw std::runtime_error("hook"); };
-    callback.clear();
     open();
     ASSERT_TRUE(callback.waitFor(1));
     EXPECT_EQ((Events{0, 1}), callback.events());
@@ -89,21 +83,21 @@ TEST_F(Engine, FailedOpensAreToldApart)
 
 TEST_F(Engine, NullStreamClosesARunAndSendsNothingToTheNewCallback)
 {
-    play();
+    begin();
     RecordingCallback other;
     EXPECT_EQ(ErrorFailed, decoder.Open(nullptr, &other));
     EXPECT_EQ(1, callback.count(1));
     EXPECT_TRUE(other.events().empty());
     EXPECT_EQ(DecoderStateBase::Closed, state());
     callback.clear();
-    play();
+    begin();
     decoder.Close();
-    finish();
+    expectOneRun();
 }
 
 TEST_F(Engine, OpenWhilePlayingClosesTheRunFirst)
 {
-    play();
+    begin();
     RecordingCallback next;
     LogCapture log;
     EXPECT_EQ(Ok, decoder.Open(streamOf({}), &next));
@@ -117,7 +111,7 @@ TEST_F(Engine, OpenWhilePlayingClosesTheRunFirst)
 TEST_F(Engine, PauseIsReportedAgainAndAgainAndEndsByResume)
 {
     deadlines().pauseReport = milliseconds(10);
-    play();
+    begin();
     EXPECT_EQ(Ok, decoder.Pause());
     EXPECT_EQ(Ok, decoder.Pause());
     while (callback.count(5) < 3)
@@ -130,7 +124,7 @@ TEST_F(Engine, PauseIsReportedAgainAndAgainAndEndsByResume)
     decoder.Close();
     EXPECT_EQ(1, callback.events().back());
     EXPECT_EQ(0, callback.count(0));
-    finish();
+    expectOneRun();
 }
 
 TEST_F(Engine, PauseBeforePlayingBeginsIsKept)
@@ -150,13 +144,12 @@ TEST_F(Engine, PauseBeforePlayingBeginsIsKept)
     decoder.Resume();
     ASSERT_TRUE(callback.waitForSample());
     decoder.Close();
-    finish();
+    expectOneRun();
 }
 
 TEST_F(Engine, APauseTakenBackBeforePlayingIsNone)
 {
     for (bool byClose : {false, true}) {
-        callback.clear();
         std::atomic<bool> first{true};
         callback.onEvent = [&](int event) {
             if (event != 2 || !first.exchange(false))
@@ -168,7 +161,6 @@ TEST_F(Engine, APauseTakenBackBeforePlayingIsNone)
         open();
         if (byClose) {
             ASSERT_TRUE(callback.waitFor(1));
-            callback.clear();
             open();
             ASSERT_TRUE(callback.waitFor(2));
             decoder.Start();
@@ -192,7 +184,7 @@ TEST_F(Engine, PauseOutsidePlayingIsRefusedAndChangesNothing)
     open();
     ASSERT_TRUE(callback.waitFor(2));
     decoder.Start();
-    finish();
+    expectOneRun();
     EXPECT_EQ(ErrorFailed, decoder.Pause());
     EXPECT_EQ(DecoderStateBase::Closed, state());
 }

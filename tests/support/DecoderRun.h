@@ -1,0 +1,62 @@
+#pragma once
+
+#include "FakeSoundDevice.h"
+#include "RecordingCallback.h"
+#include "Samples.h"
+#include "decoder/IDecoder.h"
+
+#include <gtest/gtest.h>
+
+namespace avr { namespace test {
+
+/// Runs of a decoder over scripted streams, for test fixtures. The decoder is the fixture's own
+/// member, so it is closed before callback and stream go.
+class DecoderRun : public testing::Test {
+protected:
+    virtual kiv::appli::IDecoder& underTest() = 0;
+
+    /// Begins a run; what the one before left is forgotten.
+    void open(Script script)
+    {
+        underTest().Close();
+        callback.clear();
+        FakeSoundDevice::instance().beginRun();
+        stream = scripted(std::move(script));
+        ASSERT_EQ(kiv::appli::Ok, underTest().Open(stream, &callback));
+    }
+    void open(Bytes data)
+    {
+        Script script;
+        script.data = std::move(data);
+        open(std::move(script));
+    }
+    void openAndWait(Script script)
+    {
+        open(std::move(script));
+        ASSERT_TRUE(callback.waitFor(2));
+    }
+    /// From an opened run to its close event.
+    void play()
+    {
+        ASSERT_TRUE(callback.waitFor(2));
+        ASSERT_EQ(kiv::appli::Ok, underTest().Start());
+        expectOneRun();
+    }
+    /// The run ends with exactly one event 1, which is the last.
+    void expectOneRun()
+    {
+        ASSERT_TRUE(callback.waitFor(1));
+        EXPECT_EQ(1, callback.events().back());
+        EXPECT_EQ(1, callback.count(1));
+        kiv::appli::smart_enum<kiv::appli::DecoderStateBase> state;
+        underTest().GetCurrentState(state);
+        EXPECT_EQ(kiv::appli::DecoderStateBase::Closed, state);
+        EXPECT_FALSE(stream->contractBroken());
+        EXPECT_LT(stream->IsOpened(), 0);
+    }
+
+    RecordingCallback callback;
+    boost::shared_ptr<ScriptedStream> stream;
+};
+
+}} // namespace avr::test
