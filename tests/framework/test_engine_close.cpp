@@ -105,15 +105,16 @@ TEST_F(Engine, CloseSaysSoWhenTheThreadDoesNotEnd)
 TEST_F(Engine, CloseClosesTheStreamAgainUntilTheThreadIsGone)
 {
     deadlines().closeAgain = milliseconds(5);
-    decoder.onPlay = [&] {
-        while (stream->closes() < 3)
+    deadlines().joinReport = std::chrono::hours(1); // which closes it, too
+    auto const waitForCloses = [&](int closes) {
+        auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (stream->closes() < closes && std::chrono::steady_clock::now() < deadline)
             std::this_thread::yield();
+        EXPECT_GE(stream->closes(), closes);
         return 0;
     };
-    decoder.onClose = [&] {
-        while (stream->closes() < 8)
-            std::this_thread::yield();
-    };
+    decoder.onPlay = [&] { return waitForCloses(3); };
+    decoder.onClose = [&] { waitForCloses(8); };
     begin();
     decoder.Close();
     expectOneRun();
