@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <unistd.h>
@@ -33,7 +34,20 @@ public:
         all.resize(got < 0 ? 0 : static_cast<std::size_t>(got));
         return all;
     }
-    bool has(std::string const& what) const { return text().find(what) != std::string::npos; }
+    /// Whether the lines of `what` came in this order; another thread's may stand between them.
+    bool has(std::string const& what) const
+    {
+        std::string const all = text();
+        std::size_t found = 0;
+        for (std::size_t line = 0; line < what.size() && found != std::string::npos;) {
+            std::size_t const end = std::min(what.find('\n', line), what.size() - 1) + 1;
+            found = all.find(what.substr(line, end - line), found);
+            if (found != std::string::npos)
+                found += end - line;
+            line = end;
+        }
+        return found != std::string::npos;
+    }
 
 private:
     int const m_descriptor;
