@@ -77,7 +77,7 @@ void ReadAhead::settleReadable()
         m_readable = false;
     if (m_ring.ahead() >= m_maximum)
         m_filling = false;
-    else if (!m_readable || m_ring.ahead() <= m_maximum / 2)
+    else if (!m_readable || m_ring.ahead() <= m_maximum / 4)
         m_filling = true;
 }
 
@@ -139,12 +139,13 @@ int ReadAhead::read(void* buf, unsigned int len, unsigned int& got)
     {
         Lock lock(m_lock);
         if (m_started)
-            return takeBuffered(buf, len, got);
+            return takeBuffered(lock, buf, len, got);
     }
     return readThrough(buf, len, got);
 }
 
-int ReadAhead::takeBuffered(void* buf, unsigned int len, unsigned int& got)
+/// Releases the lock: the filling thread must not wake only to wait for it.
+int ReadAhead::takeBuffered(Lock& lock, void* buf, unsigned int len, unsigned int& got)
 {
     if (!hasAnswer())
         return StreamRetry;
@@ -158,7 +159,9 @@ int ReadAhead::takeBuffered(void* buf, unsigned int len, unsigned int& got)
         m_position += static_cast<long long>(taken);
     bool const wasFilling = m_filling;
     settleReadable();
-    if (m_filling && !wasFilling)
+    bool const wakes = m_filling && !wasFilling;
+    lock.unlock();
+    if (wakes)
         m_fillerWake.notify_one();
     return Ok;
 }
@@ -171,7 +174,7 @@ int ReadAhead::readThrough(void* buf, unsigned int len, unsigned int& got)
     {
         Lock lock(m_lock);
         if (m_started || hasAnswer())
-            return takeBuffered(buf, len, got);
+            return takeBuffered(lock, buf, len, got);
     }
     unsigned int read = 0;
     int const result = m_base->Read(buf, len, &read);

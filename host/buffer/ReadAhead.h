@@ -52,7 +52,8 @@ private:
     int percent() const;
     bool moveTo(long long offset);
     void restartAt(long long offset);
-    int takeBuffered(void* buf, unsigned int len, unsigned int& got);
+    int takeBuffered(std::unique_lock<std::mutex>& lock, void* buf, unsigned int len,
+                     unsigned int& got);
     void notifyAll();
 
     // Without it.
