@@ -10,12 +10,6 @@ void PlayClock::begin(double bytesPerSecond)
     m_bytesPerSecond = bytesPerSecond;
 }
 
-double PlayClock::bytesPerSecond() const
-{
-    std::lock_guard<std::mutex> const guard(m_lock);
-    return m_bytesPerSecond;
-}
-
 void PlayClock::delivered(unsigned int bytes)
 {
     std::lock_guard<std::mutex> const guard(m_lock);

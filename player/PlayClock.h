@@ -11,7 +11,6 @@ namespace avr { namespace player {
 class PlayClock {
 public:
     void begin(double bytesPerSecond);
-    double bytesPerSecond() const;
     /// A block went into the queue.
     void delivered(unsigned int bytes);
     unsigned long long bytesDelivered() const;

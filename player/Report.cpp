@@ -19,11 +19,13 @@ namespace {
 /// The formats in the order of the library's own list.
 struct Format {
     const char* name;
-    const char* seeksBy; ///< of those that are built in
+    const char* seeking; ///< of those that are built in
 };
-constexpr Format Formats[] = {{"lpcm", "time"}, {"wav", "time"}, {"wav-testmode", "time"},
-                              {"ogg", ""},      {"flac", ""},    {"wma", ""},
-                              {"he-aac", ""},   {"aac", ""},     {"mp3", ""}};
+constexpr const char* ByTime = "seeks by time";
+constexpr const char* Nowhere = "cannot seek: plays from the beginning only";
+constexpr Format Formats[] = {{"lpcm", ByTime},    {"wav", ByTime},  {"wav-testmode", ByTime},
+                              {"ogg", Nowhere},    {"flac", ByTime}, {"wma", ""},
+                              {"he-aac", Nowhere}, {"aac", ""},      {"mp3", ""}};
 
 /// Waits until the format is known or the run is over.
 TrackNews waitForFormat(Track const& track, Wakeup const& wakeup, Signals const& signals)
@@ -167,8 +169,7 @@ std::string formatsText()
         collect(format.name, types, endings);
         std::string name = format.name;
         name.resize(Indent, ' ');
-        text +=
-            name + (builtIn ? std::string("seeks by ") + format.seeksBy : "not built in") + '\n';
+        text += name + (builtIn ? format.seeking : "not built in") + '\n';
         if (!types.empty())
             text += "  MIME types   " + listText(types, Indent) + '\n';
         if (!endings.empty())

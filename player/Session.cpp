@@ -136,7 +136,16 @@ void Session::begin()
         return fail("ends at " + timeText(duration) + ", before --start " + timeText(start));
     m_started = true;
     if (m_track.start(m_stage.options.start) != 0)
-        fail("cannot start at " + timeText(start) + ": no position can be reached in it");
+        fail("cannot start at " + timeText(start) + ": " + unreachable());
+}
+
+std::string Session::unreachable() const
+{
+    if (m_news.info.lastPosition <= 0)
+        return m_source.format + " plays from the beginning only; leave out --start";
+    if (!m_source.canSeek())
+        return "no position can be reached in it";
+    return "it ends before, or cannot be positioned there";
 }
 
 /// Says what is played, once there is something.

@@ -44,6 +44,7 @@ private:
     void showStatus();
     bool playedOut();
     void conclude();
+    std::string unreachable() const;
     std::string fault() const;
     void fail(std::string const& reason);
 

@@ -71,10 +71,14 @@ bool takeMimeType(Source& source, std::string const& mimeType)
 bool chooseDecoder(Source& source, std::string& error)
 {
     const char* const byName = host::mimeTypeFromName(source.path);
-    if (byName != nullptr && takeMimeType(source, byName))
-        return true;
     std::string const head = readFileHead(source.path);
-    if (takeMimeType(source, host::sniffFormat(head.data(), head.size())))
+    std::string const byContent = host::sniffFormat(head.data(), head.size());
+    // A name does not tell the two kinds of AAC apart.
+    bool const isHeAac = byName != nullptr && formatOfMimeType(byName) == "aac" &&
+                         formatOfMimeType(byContent) == "he-aac";
+    if (byName != nullptr && !isHeAac && takeMimeType(source, byName))
+        return true;
+    if (takeMimeType(source, byContent))
         return true;
     std::string const known = byName != nullptr ? formatOfMimeType(byName) : source.format;
     error = known.empty() ? "neither name nor content tells its format; name it with -f"
@@ -133,7 +137,12 @@ std::string explainFailure(Source const& source, int event, bool known)
         return complaint;
     if (event == kiv::appli::EventRunFailed)
         return "cannot be opened";
-    return "the " + source.format + " decoder does not understand it; name another format with -f";
+    std::string const content = formatOfMimeType(host::sniffFormat(head.data(), head.size()));
+    bool const builtIn = Avr::Decoder::LookupFromFormat(content) != nullptr;
+    if (builtIn && source.format.compare(0, content.size(), content) != 0)
+        return "holds " + content + ", not " + source.format + "; play it with -f " + content;
+    return "the " + source.format +
+           " decoder does not understand it: damaged, or of another format (name it with -f)";
 }
 
 }} // namespace avr::player

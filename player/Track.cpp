@@ -4,38 +4,14 @@
 
 #include "decoder/PdtTrackInfo.h"
 
+#include <cstring>
+#include <limits>
+
 namespace avr { namespace player {
 
 namespace {
 
 using namespace kiv::appli;
-
-constexpr double LargestWaveOffset = 4294967295.0 - 4096;
-
-/// The output takes signed 8, 16, 24 and 32 bits; a decoder makes only real 8-bit PCM signed.
-bool playable(unsigned int bits, unsigned int bytesPerSample)
-{
-    return bytesPerSample == 1 ? bits == 8
-                               : bytesPerSample <= 4 && bits > 8 && bits <= 8 * bytesPerSample;
-}
-
-/// @return false when this is no format that can be played
-bool takeFormat(tWAVEFORMAT const& format, TrackInfo& info)
-{
-    info.bits = format.bitsPerSample;
-    info.pcm.rate = format.samplesPerSecond;
-    info.pcm.channels = format.channels;
-    if (format.channels == 0 || format.samplesPerSecond == 0 ||
-        format.blockAlign % format.channels != 0)
-        return false;
-    info.pcm.bytesPerSample = static_cast<std::uint16_t>(format.blockAlign / format.channels);
-    return playable(info.bits, info.pcm.bytesPerSample);
-}
-
-double bytesPerSecond(host::PcmFormat const& pcm)
-{
-    return double(pcm.rate) * double(pcm.frameBytes());
-}
 
 int setNumber(IDecoder& decoder, DecoderPropTypeBase::Value type, unsigned int number)
 {
@@ -58,7 +34,7 @@ bool Track::open() { return m_source.decoder->Open(m_source.stream, this) == 0; 
 int Track::start(TimeSpec const& position)
 {
     if (toSeconds(position) > 0) {
-        if (!m_source.canSeek())
+        if (!canReach(position))
             return ErrorNotSupported;
         m_firstPosition = position;
         m_seekFirst = m_source.isHeaderless();
@@ -70,12 +46,15 @@ int Track::start(TimeSpec const& position)
     return 0;
 }
 
+bool Track::canReach(TimeSpec const& position) const
+{
+    double const last = news().info.lastPosition;
+    return m_source.canSeek() && last > 0 && toSeconds(position) <= last;
+}
+
 int Track::seek(TimeSpec const& position)
 {
-    // The WAVE decoder's offsets have 32 bits: beyond, it would go somewhere else.
-    bool const beyond = !m_source.isHeaderless() &&
-                        toSeconds(position) * m_clock.bytesPerSecond() > LargestWaveOffset;
-    if (!m_source.canSeek() || beyond)
+    if (!canReach(position))
         return ErrorNotSupported;
     int const result = m_source.decoder->Seek(position);
     if (result == 0)
@@ -120,7 +99,16 @@ int Track::OnSample(const void* pcm, unsigned int bytes, TimeSpec*)
     m_clock.delivered(bytes);
     if (first)
         m_wakeup.post(); // now it plays
-    return m_device->put(pcm, bytes);
+    return m_device->put(m_shift == 0 ? pcm : fullScale(pcm, bytes), bytes);
+}
+
+const void* Track::fullScale(const void* pcm, unsigned int bytes)
+{
+    m_scaled.resize(bytes / sizeof m_scaled[0] + 1); // a damaged stream can have other blocks
+    std::memcpy(m_scaled.data(), pcm, bytes);
+    for (std::uint32_t& sample : m_scaled)
+        sample <<= m_shift;
+    return m_scaled.data();
 }
 
 int Track::OnEvent(int event, void* data, unsigned int size)
@@ -144,6 +132,7 @@ void Track::onOpened(DecoderStreamInfo const& streamInfo)
     if (m_source.isHeaderless() && !setHeaderlessFormat())
         error = "the decoder refuses this --pcm format";
     TrackInfo const info = describe(streamInfo, error);
+    m_shift = info.shift;
     if (error.empty() && m_device)
         error = prepareOutput(info);
     std::lock_guard<std::mutex> const guard(m_lock);
@@ -198,13 +187,12 @@ TrackInfo Track::describe(DecoderStreamInfo const& streamInfo, std::string& erro
         info.bits = 8U * info.pcm.bytesPerSample;
         info.bitRate = bytesPerSecond(info.pcm) * 8;
         info.duration = m_source.length() / bytesPerSecond(info.pcm);
+        info.lastPosition = std::numeric_limits<double>::infinity();
         return info;
     }
     tWAVEFORMAT format{};
     m_source.decoder->GetWaveFormat(format);
-    info.bitRate = streamInfo.bitRate;
-    info.duration = streamInfo.decoderWord / 1000.0;
-    if (!takeFormat(format, info))
+    if (!takeRecords(streamInfo, format, info))
         error = "holds samples of " + std::to_string(info.bits) + " bits, " +
                 std::to_string(info.pcm.channels) + " channels, " + std::to_string(info.pcm.rate) +
                 " Hz; avrplay plays 8, 16, 24 and 32 bits";

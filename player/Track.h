@@ -3,6 +3,7 @@
 #include "EventLog.h"
 #include "PlayClock.h"
 #include "Source.h"
+#include "TrackInfo.h"
 #include "Wakeup.h"
 
 #include "decoder/IDecoderCallback.h"
@@ -11,17 +12,9 @@
 #include <atomic>
 #include <mutex>
 #include <string>
+#include <vector>
 
 namespace avr { namespace player {
-
-/// What event 2 told, in the player's words.
-struct TrackInfo {
-    host::PcmFormat pcm;
-    unsigned int bits = 0; ///< in use, of a sample
-    std::string codec;
-    double bitRate = 0;  ///< bits per second, 0 = unknown
-    double duration = 0; ///< seconds, 0 = unknown
-};
 
 /// What a run has reported so far.
 struct TrackNews {
@@ -68,12 +61,16 @@ private:
     bool setHeaderlessFormat();
     TrackInfo describe(kiv::appli::DecoderStreamInfo const& info, std::string& error) const;
     std::string prepareOutput(TrackInfo const& info);
+    const void* fullScale(const void* pcm, unsigned int bytes);
+    bool canReach(kiv::appli::TimeSpec const& position) const;
 
     Source const& m_source;
     host::SoundDevice* const m_device;
     EventLog* const m_log;
     Wakeup const& m_wakeup;
     PlayClock m_clock;
+    unsigned int m_shift = 0;                   ///< of the samples; decoding thread
+    std::vector<std::uint32_t> m_scaled;        ///< a shifted block; decoding thread
     kiv::appli::TimeSpec m_firstPosition{0, 0}; ///< set before m_seekFirst
     std::atomic<bool> m_seekFirst{false}; ///< the first block is still to be replaced by a seek
     mutable std::mutex m_lock;            ///< guards m_news

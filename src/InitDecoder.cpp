@@ -1,6 +1,9 @@
 // The one list of the decoders, and the library's entry points.
+#include "FlacDecoder.h"
 #include "LpcmDecoder.h"
+#include "OggVorbisDecoder.h"
 #include "Registration.h"
+#include "VHEAACDecoder.h"
 #include "WaveDecoder.h"
 #include "WaveTestModeDecoder.h"
 
@@ -11,6 +14,9 @@ void InitDecoder()
     DoRegister<LpcmDecoder>("lpcm");
     DoRegister<kiv::appli::WaveDecoder>("wav");
     DoRegister<kiv::appli::WaveTestModeDecoder>("wav-testmode");
+    DoRegister<kiv::appli::OggVorbisDecoder>("ogg");
+    DoRegister<kiv::appli::FlacDecoder>("flac");
+    DoRegister<kiv::appli::VHEAACDecoder>("he-aac");
 }
 
 }} // namespace Avr::Decoder

@@ -50,6 +50,15 @@ bool isAdtsFrame(std::string_view head)
            (byteAt(head, 2) >> 2 & 0xF) < 13;
 }
 
+/// Plain AAC seldom has so low a rate: mostly an HE-AAC stream has its core there. Its decoder
+/// plays both.
+bool isHeAacCore(std::string_view adtsFrame)
+{
+    constexpr int Index24kHz = 6; // lower rates have higher ones
+    const int channels = (byteAt(adtsFrame, 2) & 1) << 2 | byteAt(adtsFrame, 3) >> 6;
+    return (byteAt(adtsFrame, 2) >> 2 & 0xF) >= Index24kHz && channels == 2;
+}
+
 /// A frame header of layer III with a version, bit rate and sampling rate that exist.
 bool isMp3Frame(std::string_view head)
 {
@@ -81,7 +90,9 @@ const char* typeOf(std::string_view head)
         return "audio/x-ms-wma";
     if (hasAt(head, 4, "ftyp"))
         return "audio/mp4";
-    if (hasAt(head, 0, "ADIF") || isAdtsFrame(head))
+    if (isAdtsFrame(head))
+        return isHeAacCore(head) ? "audio/aacp" : "audio/aac";
+    if (hasAt(head, 0, "ADIF"))
         return "audio/aac";
     return isMp3Frame(head) ? "audio/mpeg" : "";
 }

@@ -35,7 +35,7 @@ public:
                      IDecoderCallback* callback) = 0;
 
     /// Lets the run play. From event 2 on, also inside it.
-    /// @return 0; -10008 in every other state
+    /// @return 0; -10008 in every other state (FLAC and Ogg Vorbis: always 0)
     virtual int Start() = 0;
 
     /// Ends a pause. @return 0 always
@@ -59,8 +59,9 @@ public:
     virtual int Seek(double seconds) = 0;
     /// Repositions a run between event 2 and its end, playing or not; event 10 reports the new
     /// position before this returns. Waits for a read in progress.
-    /// @return 0; -10005 when the stream cannot seek; -10002 outside a run; 1 when the stream
-    ///         failed to reposition (WAVE)
+    /// @return 0; -10005 when the stream cannot seek (FLAC: or has no such frame); -10002 outside a
+    ///         run, and always from Ogg Vorbis and HE-AAC; 1 when the stream failed to reposition
+    ///         (WAVE)
     virtual int Seek(TimeSpec const& position) = 0;
 
     /// Sets the format of headerless PCM (SampleRate, BitsPerSample, Channels), after Open and

@@ -50,6 +50,16 @@ public:
         return 0;
     }
 
+    /// Reads len bytes, or what there is before the end or a failure; where there is nothing, that
+    /// acts as in Read. @return bytes read
+    unsigned int ReadChunk(void* buf, unsigned int len)
+    {
+        BufferedRead::Outcome const outcome = m_reader.fill(engine(), "Read", buf, len);
+        if (outcome.bytes == 0 && outcome.result != BufferedRead::GaveUp)
+            m_reader.interruptPlayback(engine(), outcome.result);
+        return outcome.bytes;
+    }
+
     /// Reads len bytes, or what there is before the end or a failure. @return bytes read
     int ReadTestMode(void* buf, unsigned int len)
     {

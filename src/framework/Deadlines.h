@@ -14,6 +14,7 @@ struct Deadlines {
     Milliseconds closeAgain{50};      ///< Close closes the stream once more
     Milliseconds pauseReport{10000};  ///< event 5 is repeated
     Milliseconds readWait{7500};      ///< one wait for buffered data
+    Milliseconds libraryWait{5000};   ///< one wait for the data of FLAC and Ogg Vorbis
     Milliseconds endPoll{20};         ///< the sound device is asked again whether it has finished
     Milliseconds pausedPoll{1000};    ///< the same while paused
     Milliseconds retryPause{5};       ///< an unbuffered stream is asked again

@@ -30,6 +30,11 @@ std::int64_t byteOffset(TimeSpec const& time, std::uint32_t bytesPerSecond,
     return offset / blockAlign * blockAlign;
 }
 
+std::int64_t wholeFrames(std::int64_t bytes, std::uint16_t blockAlign)
+{
+    return blockAlign == 0 ? 0 : bytes / blockAlign;
+}
+
 std::uint32_t durationMilliseconds(std::int64_t bytes, unsigned int times,
                                    std::uint32_t bytesPerSecond)
 {

@@ -16,6 +16,9 @@ double toSeconds(kiv::appli::TimeSpec const& time);
 std::int64_t byteOffset(kiv::appli::TimeSpec const& time, std::uint32_t bytesPerSecond,
                         std::uint16_t blockAlign);
 
+/// So many bytes as frames, rounded down.
+std::int64_t wholeFrames(std::int64_t bytes, std::uint16_t blockAlign);
+
 /// The playing time of `times` times so many bytes, in whole seconds but given in milliseconds;
 /// 0 for a negative count; saturates.
 std::uint32_t durationMilliseconds(std::int64_t bytes, unsigned int times,

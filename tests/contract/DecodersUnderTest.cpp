@@ -1,7 +1,12 @@
 #include "DecodersUnderTest.h"
 
+#include "FlacDecoder.h"
+#include "FlacFile.h"
 #include "LpcmDecoder.h"
+#include "OggVorbisDecoder.h"
 #include "Samples.h"
+#include "TestData.h"
+#include "VHEAACDecoder.h"
 #include "WaveDecoder.h"
 #include "WaveTestModeDecoder.h"
 
@@ -30,9 +35,14 @@ Bytes smallWave(std::uint32_t frames)
 std::vector<DecoderUnderTest> const& decodersUnderTest()
 {
     static std::vector<DecoderUnderTest> const rows = {
-        {"lpcm", make<Avr::Decoder::LpcmDecoder>, noise(60000), true, true, true, false},
-        {"wav", make<WaveDecoder>, smallWave(30000), false, false, false, false},
-        {"wavtestmode", make<WaveTestModeDecoder>, smallWave(3000), false, false, true, true},
+        {"lpcm", make<Avr::Decoder::LpcmDecoder>, noise(60000), true, true, true, false, false},
+        {"wav", make<WaveDecoder>, smallWave(30000), false, false, false, false, false},
+        {"wavtestmode", make<WaveTestModeDecoder>, smallWave(3000), false, false, true, true,
+         false},
+        {"flac", make<FlacDecoder>, flacFile(FlacSpec()), false, false, false, false, false},
+        {"ogg", make<OggVorbisDecoder>, testData("stereo.ogg"), false, false, true, false, true},
+        {"heaac", make<VHEAACDecoder>, testData("he-stereo.aac"), false, false, false, false,
+         false},
     };
     return rows;
 }

@@ -23,6 +23,8 @@ struct DecoderUnderTest {
     bool takesFaultsAsEnd;
     /// Plays its input more than once.
     bool repeats;
+    /// Answers properties from event 2 to event 1 only.
+    bool describesOnlyRuns;
 };
 
 inline std::ostream& operator<<(std::ostream& out, DecoderUnderTest const& row)

@@ -40,7 +40,12 @@ TEST(MimeNames, ByContentWhateverItsLength)
         {"OggS", "audio/ogg"},
         {"\0\0\0\x20"s + "ftyp", "audio/mp4"},
         {"\x30\x26\xB2\x75\x8E\x66\xCF\x11\xA6\xD9\x00\xAA\x00\x62\xCE\x6C"s, "audio/x-ms-wma"},
-        {"\xFF\xF1\x50\x80\x02\x1F\xFC", "audio/aac"},
+        {"\xFF\xF1\x50\x80\x02\x1F\xFC", "audio/aac"},  // 44100 Hz
+        {"\xFF\xF1\x54\x80\x02\x1F\xFC", "audio/aac"},  // 32000 Hz
+        {"\xFF\xF1\x58\x80\x02\x1F\xFC", "audio/aacp"}, // 24000 Hz
+        {"\xFF\xF9\x70\xBF\x02\x1F\xFC", "audio/aacp"}, // 7350 Hz
+        {"\xFF\xF1\x5C\x40\x02\x1F\xFC", "audio/aac"},  // mono
+        {"\xFF\xF1\x5D\x80\x02\x1F\xFC", "audio/aac"},  // 5.1
         {"\xFF\xFB\x90\x64", "audio/mpeg"},
         {"\xFF\xFB\xF0\x64", ""},                          // no such bit rate
         {"\xFF\xFEh\0e\0l\0"s, ""},                        // text

@@ -1,6 +1,7 @@
 // The two libraries as they are shipped, together.
 #include "RecordingCallback.h"
 #include "Samples.h"
+#include "TestData.h"
 #include "decoder/DecoderFactory.h"
 #include "decoder/IDecoder.h"
 #include "sound/Sinks.h"
@@ -83,7 +84,10 @@ std::vector<Track> tracks()
     small.frames = 1100;
     return {{"lpcm", noise(40000), 40000, {44100, 2, 2}},
             {"wav", waveFile(wave), 40960, {44100, 2, 2}},
-            {"wav-testmode", waveFile(small), 60 * 4400, {44100, 2, 2}}};
+            {"wav-testmode", waveFile(small), 60 * 4400, {44100, 2, 2}},
+            {"flac", testData("../../samples/tune.flac"), 655360, {44100, 2, 2}},
+            {"ogg", testData("stereo.ogg"), 200000, {44100, 2, 2}},
+            {"he-aac", testData("he-stereo.aac"), 720896, {44100, 2, 4}}};
 }
 
 } // namespace
@@ -97,6 +101,9 @@ TEST(Library, RegistersItsDecodersUnderThePlatformsTypes)
     EXPECT_EQ(wave, LookupFromMimeType("audio/x-wav"));
     EXPECT_EQ(LookupFromFormat("wav-testmode"), LookupFromMimeType("audio/wav-testmode"));
     EXPECT_EQ(LookupFromFormat("lpcm"), LookupFromMimeType("audio/L16"));
+    EXPECT_EQ(LookupFromFormat("flac"), LookupFromMimeType("audio/x-flac"));
+    EXPECT_EQ(LookupFromFormat("ogg"), LookupFromMimeType("application/ogg"));
+    EXPECT_EQ(LookupFromFormat("he-aac"), LookupFromMimeType("audio/aacp"));
     Avr::Decoder::InitDecoder();
     EXPECT_NE(wave, LookupFromFormat("wav"));
     std::string name;

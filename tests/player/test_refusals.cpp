@@ -11,6 +11,7 @@ namespace {
 
 std::string const kPcm = noise(40000);
 std::string const kGood = wave(kPcm);
+std::string const kSamples = AVR_SAMPLES "/";
 
 /// One line that begins with `first` and has these words in it.
 void expectRefused(Words const& command, int exit, std::string const& first,
@@ -41,12 +42,29 @@ TEST(Refusal, EveryBadFileGetsOneLineThatSaysWhy)
         {"law.wav", wave(kPcm, 44100, 2, 16, 6), "A-law"},
         {"mute.wav", wave(kPcm, 44100, 0), "plays 8, 16, 24 and 32 bits"},
         {"song.mp3", noise(9000), "not built in"},
+        {"plain.aac", "\xFF\xF1\x50\x80\x02\x1F\xFC" + noise(9000), "not built in"},
+        {"noise.flac", noise(9000), "flac decoder does not understand it"},
+        {"noise.ogg", noise(9000), "ogg decoder does not understand it"},
+        {"noise.aacp", noise(9000), "he-aac decoder does not understand it"},
+        {"cut.flac", contentOf(kSamples + "tune.flac").substr(0, 40), "damaged"},
+        {"cut.ogg", contentOf(kSamples + "tune.ogg").substr(0, 2000), "damaged"},
+        {"cut.aac", contentOf(kSamples + "tune-he.aac").substr(0, 100), "damaged"},
+        {"wave.flac", kGood, "-f wav"},
     };
     for (auto const& file : files) {
         std::string const path = writeFile(file.name, file.bytes);
         expectRefused({path}, 1, path + ": ", file.words);
     }
     expectRefused({testFile("")}, 1, testFile(""), "a directory");
+}
+
+TEST(Refusal, AStartThatCannotBeReachedIsToldBeforeAnythingPlays)
+{
+    for (std::string const name : {"tune.ogg", "tune-he.aac"})
+        expectRefused({"--start", "0:02", "-o", "raw:-", kSamples + name}, 1, kSamples + name,
+                      "plays from the beginning only");
+    expectRefused({"--start", "0:04", "-o", "raw:-", kSamples + "tune.flac"}, 1,
+                  kSamples + "tune.flac", "it ends before");
 }
 
 TEST(Refusal, WrongUsageIsExitTwoAndNoDeviceThree)

@@ -136,7 +136,7 @@ int ScriptedStream::GetStreamProperty(int key, std::string& value)
     else if (key == Address)
         value = m_script.address;
     else if (key == StreamType)
-        value = "local";
+        value = m_script.type;
     else
         return ErrorFailed;
     return Ok;

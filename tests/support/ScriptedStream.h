@@ -28,6 +28,7 @@ struct Script {
     bool openFails = false;
     bool openStalls = false; ///< until Close
     const char* address = "scripted";
+    const char* type = "local";
 };
 
 /// A stream in memory that follows a script and notes what breaks the contract: it is opened, read

@@ -1,0 +1,125 @@
+#include "FlacFile.h"
+#include "PlayerProcess.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+using namespace avr::test;
+
+namespace {
+
+std::string sample(std::string const& name) { return AVR_SAMPLES "/" + name; }
+std::string audioOfSample(std::string const& name) { return contentOf(sample(name)).substr(44); }
+
+/// As the player gives it on: from the top of 4 bytes down.
+std::string atFullScale(Bytes const& lowBits, unsigned int bits)
+{
+    std::string pcm(lowBits.begin(), lowBits.end());
+    for (std::size_t at = 0; at < pcm.size(); at += 4) {
+        std::uint32_t value = 0;
+        std::memcpy(&value, &pcm[at], sizeof value);
+        value <<= 32 - bits;
+        std::memcpy(&pcm[at], &value, sizeof value);
+    }
+    return pcm;
+}
+
+TEST(Codecs, EventsAndPcmOfTheSamplesAreTheKnownOnes)
+{
+    struct {
+        std::string name, stream, pcm;
+    } const files[] = {
+        {"tune.flac",
+         "rate=44100 bytes-per-second=176400 align=4 bits=16 extra=0 valid-bits=16 mask=0 "
+         "codec=0x10000500 bit-rate=0 word=0",
+         "bytes=655360 blocks=40 crc32=0x49216d7b\n"},
+        {"tune-24bit.flac",
+         "rate=48000 bytes-per-second=288000 align=6 bits=24 extra=0 valid-bits=24 mask=0 "
+         "codec=0x10000500 bit-rate=0 word=0",
+         "bytes=491520 blocks=20 crc32=0x55241f85\n"},
+        {"tune.ogg",
+         "rate=44100 bytes-per-second=176400 align=4 bits=16 extra=0 valid-bits=16 mask=0 "
+         "codec=0x10000400 bit-rate=128000 word=4294967165",
+         "bytes=655360 blocks=160 crc32=0x51addad7\n"},
+        {"tune-he.aac", // the last bits are FDK's own affair
+         "rate=44100 bytes-per-second=352800 align=8 bits=32 extra=0 valid-bits=32 mask=0 "
+         "codec=0x10000204 bit-rate=0 word=0",
+         "bytes=1327104 "},
+    };
+    for (auto const& file : files) {
+        std::string const path = sample(file.name);
+        Outcome const outcome = play({"--no-realtime", "-o", "null", "--events", path});
+        EXPECT_EQ(outcome.exit, 0) << outcome.err;
+        std::string const expected = "track " + path + "\nevent 2 stream-info tag=1 channels=2 " +
+                                     file.stream +
+                                     "\nevent 4 decoding\nevent 6 end-of-stream\n"
+                                     "event 1 closed\npcm " +
+                                     file.pcm;
+        EXPECT_EQ(outcome.out.substr(0, expected.size()), expected);
+        EXPECT_NE(outcome.err.find(", 2 channels, --:--\n"), std::string::npos) << outcome.err;
+    }
+}
+
+TEST(Codecs, FlacComesBackBitForBitAlsoFromAPosition)
+{
+    std::string const out = testFile("flac.wav");
+    for (std::string const name : {"tune", "tune-24bit"}) {
+        EXPECT_EQ(play({"-o", "wav:" + out, sample(name + ".flac")}).exit, 0);
+        EXPECT_TRUE(audioOf(out) == audioOfSample(name + ".wav"));
+        EXPECT_EQ(contentOf(out).substr(12, 24), contentOf(sample(name + ".wav")).substr(12, 24));
+    }
+    EXPECT_EQ(play({"--start", "0:02", "-o", "wav:" + out, sample("tune.flac")}).exit, 0);
+    EXPECT_TRUE(audioOf(out) == audioOfSample("tune.wav").substr(2 * 44100 * 4));
+}
+
+TEST(Codecs, FlacOfOddWidthsPlaysAtFullScale)
+{
+    std::string const out = testFile("odd.wav");
+    for (auto const& it : {std::pair(2u, 12u), {2, 20}, {1, 5}}) {
+        FlacSpec spec;
+        spec.channels = it.first;
+        spec.bits = it.second;
+        Bytes const file = flacFile(spec);
+        std::string const in = writeFile("odd.flac", std::string(file.begin(), file.end()));
+        std::string const pcm = atFullScale(flacPcm(spec), spec.bits);
+        Outcome const outcome = play({"-o", "wav:" + out, in});
+        EXPECT_EQ(outcome.exit, 0);
+        EXPECT_NE(outcome.err.find(", " + std::to_string(spec.bits) + " bits, "),
+                  std::string::npos);
+        EXPECT_TRUE(audioOf(out) == pcm) << spec.bits;
+        EXPECT_EQ(contentOf(out).substr(34, 2), std::string("\x20\0", 2));
+        // Mono samples below a byte: the decoder cannot count them.
+        bool const seeks = spec.bits * spec.channels >= 8;
+        EXPECT_EQ(play({"--start", "0.2", "-o", "wav:" + out, in}).exit, seeks ? 0 : 1);
+        EXPECT_TRUE(!seeks || audioOf(out) == pcm.substr(8820 * spec.channels * 4)) << spec.bits;
+    }
+}
+
+TEST(Codecs, FramesThatBelieTheirWidthDoNoHarm)
+{
+    FlacSpec spec;
+    spec.channels = 1;
+    spec.frames = spec.blockSize = 4097;
+    Bytes file = flacFile(spec);
+    file[21] = static_cast<std::uint8_t>((file[21] & 0x0F) | 0xB0); // 12 bits, says the head
+    std::string const in = writeFile("lies.flac", std::string(file.begin(), file.end()));
+    EXPECT_EQ(play({"-q", "-o", "raw:-", in}).out.size(), 2048U * 4);
+}
+
+TEST(Codecs, KeysDoNotSeekWhereTheDecoderCannot)
+{
+    std::string const out = testFile("keys.raw");
+    for (std::string const name : {"stereo.ogg", "he-stereo.aac"}) {
+        std::string const in = AVR_TEST_DATA "/" + name;
+        std::string const whole = play({"-q", "-o", "raw:-", in}).out;
+        PlayerProcess player({"--realtime", "-o", "raw:" + out, in}, true);
+        ASSERT_TRUE(player.waitFor("playing  0:0"));
+        player.type("\x1b[C\x1b[D");
+        EXPECT_EQ(player.finish().exit, 0);
+        EXPECT_FALSE(whole.empty());
+        EXPECT_TRUE(contentOf(out) == whole) << name;
+    }
+}
+
+} // namespace
