@@ -2,101 +2,19 @@
 // read loop over the same file, the peak memory of such a run, and the byte swap beside memcpy.
 // Every figure is a ratio of two measurements taken in turn in this process; the best of several
 // rounds counts, since the machine may be busy with other things.
+#include "DecoderRun.h"
+#include "Measure.h"
 #include "TransEndian.h"
-#include "decoder/DecoderFactory.h"
-#include "decoder/IDecoder.h"
-#include "decoder/IDecoderCallback.h"
-#include "sound/SoundDevice.h"
-#include "stream/FileStream.h"
-
-#include <boost/make_shared.hpp>
 
 #include <algorithm>
-#include <condition_variable>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
-#include <functional>
-#include <mutex>
-#include <string>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <vector>
 
-using namespace kiv::appli;
+using namespace avr::bench;
 
 namespace {
 
 constexpr int Rounds = 7;
-
-double cpuSeconds()
-{
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    auto const seconds = [](timeval const& t) {
-        return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_usec) * 1e-6;
-    };
-    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
-
-double cpuOf(std::function<void()> const& work)
-{
-    double const before = cpuSeconds();
-    work();
-    return cpuSeconds() - before;
-}
-
-/// Takes the PCM and drops it; the sound device completes at once, as nothing is queued.
-class NullPlayer final : public IDecoderCallback {
-public:
-    int OnSample(const void*, unsigned int bytes, TimeSpec*) override
-    {
-        delivered += bytes;
-        return 0;
-    }
-    int OnEvent(int event, void*, unsigned int) override
-    {
-        if (event == EventStreamInfo) {
-            // The device's run begins here; it has no sink and takes nothing.
-            avr::host::SoundDevice::instance().putEofMark(false);
-            decoder->Start();
-        }
-        std::lock_guard<std::mutex> lock(m_lock);
-        ended = ended || event == EventEndOfStream;
-        m_over = m_over || event == EventClosed;
-        m_wake.notify_all();
-        return 0;
-    }
-    void waitForTheEnd()
-    {
-        std::unique_lock<std::mutex> lock(m_lock);
-        m_wake.wait(lock, [this] { return m_over; });
-    }
-
-    IDecoder* decoder = nullptr;
-    unsigned long long delivered = 0;
-    bool ended = false;
-
-private:
-    std::mutex m_lock;
-    std::condition_variable m_wake;
-    bool m_over = false;
-};
-
-void playThroughEngine(const char* format, std::string const& path)
-{
-    NullPlayer player;
-    player.decoder = Avr::Decoder::LookupFromFormat(format);
-    player.decoder->Open(boost::make_shared<avr::host::FileStream>(path), &player);
-    player.waitForTheEnd();
-    player.decoder->Close();
-    if (!player.ended || player.delivered == 0) {
-        std::fprintf(stderr, "bench: %s did not play\n", path.c_str());
-        std::_Exit(1);
-    }
-}
 
 void readPlainly(std::string const& path, std::size_t step)
 {
@@ -151,23 +69,6 @@ void compareEngine(std::FILE* out, const char* format, std::string const& path, 
                  engine / inLargeSteps);
 }
 
-/// Peak resident memory of a fresh process that does the work.
-long peakKilobytes(std::function<void()> const& work)
-{
-    pid_t const child = fork();
-    if (child == 0) {
-        work();
-        std::_Exit(0);
-    }
-    int status = 0;
-    rusage usage{};
-    wait4(child, &status, 0, &usage);
-    return usage.ru_maxrss;
-}
-
-/// Makes the compiler believe that the memory is used.
-inline void keep(const void* memory) { __asm__ volatile("" : : "r"(memory) : "memory"); }
-
 void compareSwap(std::FILE* out)
 {
     std::vector<short> from(4096, 0x1234), to(4096); // one block of LPCM
@@ -201,11 +102,7 @@ int main(int argc, char** argv)
         return 0;
     }
     std::string const directory = argc > 1 ? argv[1] : "/tmp";
-    std::FILE* const out = fdopen(dup(STDOUT_FILENO), "w");
-    std::setvbuf(out, nullptr, _IOLBF, 0);
-    int const null = open("/dev/null", O_WRONLY); // the library's log
-    dup2(null, STDOUT_FILENO);
-    dup2(null, STDERR_FILENO);
+    std::FILE* const out = quietOutput();
 
     std::string const wave = makeFile(directory, "bench.wav", true, 256u << 20);
     std::string const lpcm = makeFile(directory, "bench.lpcm", false, 256u << 20);
