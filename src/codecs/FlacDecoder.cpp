@@ -2,6 +2,7 @@
 
 #include "FlacCodec.h"
 #include "PcmTime.h"
+#include "PropertyAnswer.h"
 
 #include <boost/thread/lock_guard.hpp>
 
@@ -101,16 +102,6 @@ int FlacDecoder::deliver()
     return SendOnSample(frame.pcm.get(), frame.bytes, &duration) < 0 ? ErrorFailed : Ok;
 }
 
-int FlacDecoder::Start()
-{
-    EngineDecoder::Start();
-    return Ok;
-}
-
-int FlacDecoder::Seek(long) { return ErrorNotSupported; }
-
-int FlacDecoder::Seek(double) { return ErrorNotSupported; }
-
 int FlacDecoder::Seek(TimeSpec const& position)
 {
     SeekScope seek(*this);
@@ -137,28 +128,18 @@ bool FlacDecoder::reposition(TimeSpec const& position)
     return true;
 }
 
-int FlacDecoder::SetProperty(smart_enum<DecoderPropTypeBase>, std::string&) { return Ok; }
-
 int FlacDecoder::GetProperty(smart_enum<DecoderPropTypeBase> type, std::string& value)
 {
-    FlacCodec::Properties const found = m_input->codec.properties();
-    value.clear();
-    switch (type) {
-    case DecoderPropTypeBase::SampleRate:
-        value = std::to_string(found.rate);
-        return Ok;
-    case DecoderPropTypeBase::BitsPerSample:
-        value = std::to_string(found.bits);
-        return Ok;
-    case DecoderPropTypeBase::Channels:
-        value = std::to_string(found.channels);
-        return Ok;
-    case DecoderPropTypeBase::CodecName:
-        value = "FLAC";
-        return Ok;
-    default:
+    if (type == DecoderPropTypeBase::BitRate) { // not known
+        value.clear();
         return ErrorFailed;
     }
+    FlacCodec::Properties const found = m_input->codec.properties();
+    tWAVEFORMAT format{};
+    format.samplesPerSecond = found.rate;
+    format.channels = found.channels;
+    format.bitsPerSample = found.bits;
+    return Avr::Decoder::answerProperty(type, format, "FLAC", value);
 }
 
 }} // namespace kiv::appli

@@ -234,16 +234,6 @@ int OggVorbisDecoder::deliver(const short* block, unsigned int frames)
     return SendOnSample(block, bytes, &duration);
 }
 
-int OggVorbisDecoder::Start()
-{
-    EngineDecoder::Start();
-    return Ok;
-}
-
-int OggVorbisDecoder::Seek(long) { return ErrorNotSupported; }
-
-int OggVorbisDecoder::Seek(double) { return ErrorNotSupported; }
-
 int OggVorbisDecoder::Seek(TimeSpec const&)
 {
     SeekScope seek(*this);
@@ -255,8 +245,6 @@ int OggVorbisDecoder::Seek(TimeSpec const&)
         std::cerr << "this stream is not seekable" << std::endl;
     return ErrorFailed;
 }
-
-int OggVorbisDecoder::SetProperty(smart_enum<DecoderPropTypeBase>, std::string&) { return Ok; }
 
 int OggVorbisDecoder::GetProperty(smart_enum<DecoderPropTypeBase> type, std::string& value)
 {

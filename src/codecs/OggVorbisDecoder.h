@@ -1,6 +1,6 @@
 #pragma once
 
-#include "EngineDecoder.h"
+#include "LibraryDecoder.h"
 
 #include <memory>
 
@@ -9,19 +9,14 @@ namespace kiv { namespace appli {
 /// Ogg Vorbis streams, in blocks of 1024 frames of 16 bits. Of more than two channels the front
 /// left and right are played. A chained stream plays on through its links, whatever their channels,
 /// at the rate of the first.
-class AVR_API OggVorbisDecoder final
-    : public Avr::Decoder::EngineDecoder<Avr::Decoder::DecoderImple, IDecoder> {
+class AVR_API OggVorbisDecoder final : public LibraryDecoder {
 public:
     OggVorbisDecoder();
     ~OggVorbisDecoder() override;
 
-    /// The same, but it answers 0 in every state.
-    int Start() override;
-    int Seek(long position) override;
-    int Seek(double seconds) override;
+    using LibraryDecoder::Seek;
     /// @return -10002: the library takes every stream as one that cannot be positioned
     int Seek(TimeSpec const& position) override;
-    int SetProperty(smart_enum<DecoderPropTypeBase> type, std::string& value) override;
     /// SampleRate is answered with the nominal bit rate, BitsPerSample with the rate. Within a run
     /// only.
     int GetProperty(smart_enum<DecoderPropTypeBase> type, std::string& value) override;
