@@ -12,7 +12,7 @@ namespace avr {
 /// - An odd `count` of stereo reads one sample more and needs room for what comes of it.
 /// - The ratio 1.5 starts every block in phase. An odd number of frames takes in the frame at
 ///   out[3 * count], which has to be there, initialised.
-class upsample {
+class __attribute__((visibility("default"))) upsample {
 public:
     using Converter = int (upsample::*)(int* in, int count, int* out);
 
