@@ -20,7 +20,7 @@ public:
         std::uint16_t bits;
     };
     /// The same as the properties have it, whose rate is cut to 16 bits (meant).
-    struct Properties {
+    struct alignas(4) Properties { // a word, so that it is atomic by itself
         std::uint16_t rate;
         std::uint8_t channels;
         std::uint8_t bits;
