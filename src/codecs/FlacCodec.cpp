@@ -174,6 +174,7 @@ FlacCodec::Outcome FlacCodec::outcome(bool processed)
 {
     if (m_input.isDry()) {
         m_frameLeft = true;
+        m_error = false; // what was read of it is read again
         return Outcome::Dry;
     }
     // What follows the last frame (a tag, say) is an error for libFLAC, in the same call.
@@ -209,8 +210,10 @@ bool FlacCodec::seek(std::uint64_t sample)
     long long const position = decodePosition();
     m_target = &m_seekFrame;
     m_input.whenDry(LibraryStream::WhenDry::WaitQuietly);
-    if (FLAC__stream_decoder_seek_absolute(m_library->handle, sample))
+    if (FLAC__stream_decoder_seek_absolute(m_library->handle, sample)) {
+        m_error = false; // of the old position
         return true;
+    }
     restart(position);
     return false;
 }

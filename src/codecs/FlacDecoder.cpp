@@ -81,17 +81,21 @@ int FlacDecoder::playFrame()
         newPosition();
         outcome = m_input->codec.decode();
     }
+    int end = ErrorFailed;
     switch (outcome) {
     case FlacCodec::Outcome::Frame:
         return deliver();
     case FlacCodec::Outcome::Dry:
-        return m_input->stream.waitForData() ? Ok : ErrorFailed;
+        if (m_input->stream.waitForData())
+            return Ok;
+        break;
     case FlacCodec::Outcome::EndOfStream:
-        return ResultEndOfStream;
+        end = ResultEndOfStream;
+        break;
     case FlacCodec::Outcome::Failed:
         break;
     }
-    return ErrorFailed;
+    return endsHere() ? end : Ok;
 }
 
 int FlacDecoder::deliver()

@@ -90,7 +90,7 @@ int LibraryStream::readOnce(void* buf, unsigned int len, unsigned int& got)
 bool LibraryStream::waitInPlace()
 {
     try {
-        return wait(m_whenDry == WhenDry::WaitAndReport);
+        return wait(m_whenDry == WhenDry::WaitAndReport ? Wait::Reporting : Wait::Quiet);
     } catch (boost::thread_interrupted&) {
         m_interrupted = m_engine.mayBeInterrupted();
     } catch (...) { // a stream that throws has failed
@@ -101,7 +101,7 @@ bool LibraryStream::waitInPlace()
 bool LibraryStream::waitForData()
 {
     try {
-        return wait(true);
+        return wait(Wait::OutsideTheLibrary) || isPaused();
     } catch (boost::thread_interrupted&) {
         throw;
     } catch (...) { // a stream that throws has failed
@@ -109,22 +109,36 @@ bool LibraryStream::waitForData()
     }
 }
 
-/// In slices: a stream that does not notice its Close must not hold the run up.
-bool LibraryStream::wait(bool reporting)
+/// As long as the fill changes, or the player pauses, the stream may take its time. In slices: one
+/// that does not notice its Close must not hold the run up.
+bool LibraryStream::wait(Wait way)
 {
-    auto const progress = [this, reporting](int percent) {
-        if (reporting && m_reports)
+    auto const limit = Avr::Decoder::deadlines().libraryWait;
+    auto left = limit;
+    int fill = -1;
+    auto const progress = [&](int percent) {
+        if (std::exchange(fill, percent) != percent)
+            left = limit;
+        if (m_reports && way != Wait::Quiet)
             reportFill(percent);
     };
-    for (auto left = Avr::Decoder::deadlines().libraryWait; left.count() > 0; left -= WaitSlice) {
-        int const slice = static_cast<int>(std::min(left, WaitSlice).count());
-        int const result = m_buffer->WaitForReadable(slice, progress);
+    while (left.count() > 0) {
+        auto const slice = std::min(left, WaitSlice);
+        left -= slice;
+        int const result = m_buffer->WaitForReadable(static_cast<int>(slice.count()), progress);
         if (result != BufferStream::TimedOut)
-            return result >= 0;
-        if (!m_engine.IsDecoding())
-            return false;
+            return result >= 0 || result == ResultEndOfStream;
+        if (!m_engine.IsDecoding() || (isPaused() && way == Wait::OutsideTheLibrary))
+            return false; // the play loop waits while paused
+        if (isPaused())
+            left = limit;
     }
     return false;
+}
+
+bool LibraryStream::isPaused() const
+{
+    return m_engine.GetCurrentState() == DecoderStateBase::Paused;
 }
 
 void LibraryStream::reportFill(int percent)

@@ -60,14 +60,18 @@ public:
     /// Right after a library call on the decoding thread: an interruption that it met goes on.
     void rethrow();
 
-    /// Waits until data is there and reports the fill; no lock may be held. Decoding thread.
-    /// @return false when that failed or took too long
+    /// After a read that gave up: waits until data is there and reports the fill; no lock may be
+    /// held. Decoding thread. @return false when that failed or took too long; true also when the
+    /// player pauses
     bool waitForData();
 
 private:
     int readOnce(void* buf, unsigned int len, unsigned int& got);
     bool waitInPlace();
-    bool wait(bool reporting);
+    enum class Wait { OutsideTheLibrary, Reporting, Quiet };
+
+    bool wait(Wait way);
+    bool isPaused() const;
     void reportFill(int percent);
 
     Avr::Decoder::DecoderImple& m_engine;

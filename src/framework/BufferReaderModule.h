@@ -51,13 +51,17 @@ public:
     }
 
     /// Reads len bytes, or what there is before the end or a failure; where there is nothing, that
-    /// acts as in Read. @return bytes read
+    /// acts as in Read, and no data for too long counts as the end. @return bytes read
     unsigned int ReadChunk(void* buf, unsigned int len)
     {
         BufferedRead::Outcome const outcome = m_reader.fill(engine(), "Read", buf, len);
-        if (outcome.bytes == 0 && outcome.result != BufferedRead::GaveUp)
+        if (outcome.bytes != 0)
+            return outcome.bytes;
+        if (outcome.result != BufferedRead::GaveUp)
             m_reader.interruptPlayback(engine(), outcome.result);
-        return outcome.bytes;
+        else if (engine().IsDecoding())
+            m_reader.putEofMark(engine());
+        return 0;
     }
 
     /// Reads len bytes, or what there is before the end or a failure. @return bytes read

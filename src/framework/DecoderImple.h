@@ -53,6 +53,9 @@ public:
     /// One poll of the end-of-track handshake: 0 = no end mark, decode on; -10101 = played out (the
     /// state is now EndOfStream); 1 = still playing, call again (after a 20 ms sleep).
     int eofCommonProcess();
+    /// Before a play loop returns because its input has ended or failed.
+    /// @return false when a seek came since that was read: play on. From true on seeks are refused
+    bool endsHere();
     enum class Pass {
         Decode,    ///< decode the next block
         PlayedOut, ///< the track has been heard to its end

@@ -86,6 +86,17 @@ bool DecoderImple::decideEndOfStream()
     return true;
 }
 
+bool DecoderImple::endsHere()
+{
+    Lock lock(m_stateLock);
+    while (m_seeksRunning != 0 && !isClosing())
+        m_wake.wait(lock);
+    if (!isClosing() && m_readPosition != m_repositions)
+        return false;
+    m_phase = Phase::Ending;
+    return true;
+}
+
 DecoderImple::Pass DecoderImple::nextPass()
 {
     while (IsDecoding()) {

@@ -141,8 +141,11 @@ int LpcmDecoder::playThread()
     int result = Ok;
     while (IsDecoding()) {
         int const got = readBlock(block);
-        if (got < 0)
-            return ResultEndOfStream;
+        if (got < 0) {
+            if (endsHere())
+                return ResultEndOfStream;
+            continue;
+        }
         unsigned int const bytes = block.convert(static_cast<unsigned int>(got));
         if (bytes != 0 && hasCallback()) {
             TimeSpec duration = playingTime(bytes, format.averageBytesPerSecond);

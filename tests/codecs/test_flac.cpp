@@ -1,3 +1,4 @@
+#include "Deadlines.h"
 #include "DecoderRun.h"
 #include "FlacDecoder.h"
 #include "FlacFile.h"
@@ -203,6 +204,13 @@ TEST_F(Flac, EndsAreDefined)
     EXPECT_EQ(1, callback.events().back());
     ASSERT_GE(callback.pcm().size(), pcm.size());
 
+    Bytes damaged = whole;
+    damaged[whole.size() / 2] ^= 0x10;
+    open(damaged);
+    play();
+    EXPECT_EQ((Events{2, 4, 0, 1}), callback.events());
+    EXPECT_LT(callback.pcm().size(), pcm.size());
+
     callback.onSample = [] { return -5; };
     open(whole);
     play();
@@ -276,30 +284,63 @@ TEST_F(Flac, ReportsTheFillInTensWhileItWaits)
     }
 }
 
-/// A player may hold a lock of its own in OnEvent and around Seek.
-TEST_F(Flac, ASeekEndsWhileTheStreamIsDryAndTheCallbackWaits)
+/// Dry within a frame, with the player's own lock held in OnEvent and around Seek.
+TEST_F(Flac, ASeekGoesOnWhereTheStreamRanDry)
 {
     FlacSpec spec;
-    spec.frames = 200000;
+    spec.frames = 400000;
     spec.bits = 24;
     Script script = file(spec);
     script.type = "http:inet";
-    script.fault = Script::Fault::RetryForever;
-    script.faultAtRead = 2; // the buffer fills no more, with half of the data read
     script.longestRead = 90000;
-    std::atomic<bool> dry{false};
+    script.retriesFrom = 150000; // until it is positioned
     std::thread seeker;
     callback.onEvent = [&](int event) {
-        if (event != EventBufferStatus || callback.blocks().empty() || dry.exchange(true))
+        if (event != EventBufferStatus || callback.pcm().empty() || seeker.joinable())
             return;
-        seeker = std::thread([&] { decoder.Seek(timeOf(0, spec.rate)); });
+        seeker = std::thread([&] { EXPECT_EQ(Ok, decoder.Seek(timeOf(300000, spec.rate))); });
         seeker.join();
+        seeker = std::thread([] {});
     };
     open(script);
-    ASSERT_TRUE(callback.waitFor(2));
+    play();
+    seeker.join();
+    EXPECT_EQ((Events{2, 4, 10, 6, 1}), callback.events());
+    Bytes const tail = flacPcm(spec, 300000);
+    Bytes const pcm = callback.pcm();
+    ASSERT_GT(pcm.size(), tail.size());
+    EXPECT_TRUE(std::equal(tail.rbegin(), tail.rend(), pcm.rbegin()));
+}
+
+TEST_F(Flac, AWaitEndsTheRunOnlyWhileNothingComesAndNothingPauses)
+{
+    Avr::Decoder::deadlines().libraryWait = std::chrono::milliseconds(150);
+    FlacSpec spec;
+    spec.frames = 60000;
+    Script script = file(spec);
+    script.type = "http:inet";
+    script.longestRead = 1000;
+    script.retryBeforeEach = true;
+    open(script); // the wait for the first 64000 bytes is longer than its limit, but they come
+    play();
+    EXPECT_EQ((Events{2, 4, 6, 1}), callback.events());
+
+    script.retryBeforeEach = false;
+    script.longestRead = 30000;
+    script.retriesFrom = 70000;
+    open(script);
+    play();
+    EXPECT_EQ((Events{2, 4, 0, 1}), callback.events());
+
+    callback.onEvent = [&](int event) {
+        if (event == EventBufferStatus && !callback.pcm().empty())
+            decoder.Pause();
+    };
+    openAndWait(script);
     decoder.Start();
-    while (!dry)
-        std::this_thread::yield();
+    ASSERT_TRUE(callback.waitFor(EventPaused)); // also while it waits
+    std::this_thread::sleep_for(std::chrono::milliseconds(250));
+    EXPECT_EQ(0, callback.count(0));
     decoder.Close();
-    expectOneRun();
+    Avr::Decoder::deadlines() = Avr::Decoder::Deadlines();
 }

@@ -140,6 +140,11 @@ TEST_F(HeAac, DamageAndForeignFramesAreNotHeard)
     expectRun(damaged, PlayedToTheEnd, "[playThread] Concealed frame\n");
     EXPECT_EQ(expectedPcm(damaged), callback.pcm());
     EXPECT_EQ(expectedPcm(stereo).size(), callback.pcm().size() + 16384);
+    Bytes outOfSync(stereo.begin(), stereo.begin() + 9000);
+    append(outOfSync, joined(noise(300), Bytes(stereo.begin() + 9000, stereo.end())));
+    expectRun(outOfSync, PlayedToTheEnd, "Try finding sync again");
+    EXPECT_EQ(expectedPcm(outOfSync), callback.pcm());
+    EXPECT_GT(callback.pcm().size(), expectedPcm(stereo).size() / 2);
     damaged[4069] ^= 1;
     expectRun(damaged, Failed, "[playThread] Unexpected error 0x5\n");
     expectRun(joined(stereo, surround), Failed, "[playThread] unsupported setting 44100 / 6\n");

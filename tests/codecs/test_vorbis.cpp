@@ -53,6 +53,8 @@ struct Layout {
 };
 constexpr Layout Mono{"mono.ogg", 1, 0, 0};
 constexpr Layout Stereo{"stereo.ogg", 2, 0, 1};
+constexpr Layout Three{"three.ogg", 3, 0, 2};
+constexpr Layout Four{"four.ogg", 4, 0, 1};
 constexpr Layout Surround{"surround.ogg", 6, 0, 2}; // the centre stands between
 
 Bytes expected(Layout const& file, std::size_t channels)
@@ -88,7 +90,8 @@ protected:
 TEST_F(Vorbis, ChainsPlayWithTheChannelsOfTheirFirstLink)
 {
     std::vector<std::vector<Layout>> const chains = {
-        {Mono}, {Stereo}, {Surround}, {Mono, Stereo}, {Stereo, Mono, Surround}, {Mono, Surround}};
+        {Mono},          {Stereo}, {Three, Four}, {Mono, Stereo}, {Stereo, Mono, Surround},
+        {Mono, Surround}};
     for (auto const& chain : chains) {
         std::size_t const channels = std::min<std::size_t>(chain.front().channels, 2);
         Script script;
@@ -187,6 +190,19 @@ TEST_F(Vorbis, DamageCostsOnlyItself)
     Bytes const played = callback.pcm();
     ASSERT_GT(played.size(), 0u);
     EXPECT_TRUE(std::equal(played.begin(), played.end(), pcm.begin()));
+}
+
+TEST_F(Vorbis, AClosedRunPutsNoMarkAndLeavesNothingBehind)
+{
+    callback.onSample = [this] { return decoder.Close(); };
+    open(testData("stereo.ogg"));
+    play();
+    EXPECT_EQ((Events{2, 4, 1}), callback.events());
+    EXPECT_EQ(0, FakeSoundDevice::instance().marksPut);
+    callback.onSample = [] { return 1; };
+    open(testData("mono.ogg"));
+    play();
+    EXPECT_TRUE(expected(Mono, 1) == callback.pcm());
 }
 
 TEST_F(Vorbis, WhatIsNoVorbisFailsToOpen)

@@ -30,6 +30,15 @@ Bytes smallWave(std::uint32_t frames)
     return waveFile(spec);
 }
 
+/// Ends with an ID3v1 tag, as some do.
+Bytes taggedFlac()
+{
+    Bytes file = flacFile(FlacSpec());
+    append(file, "TAG");
+    file.resize(file.size() + 125, ' ');
+    return file;
+}
+
 } // namespace
 
 std::vector<DecoderUnderTest> const& decodersUnderTest()
@@ -39,7 +48,7 @@ std::vector<DecoderUnderTest> const& decodersUnderTest()
         {"wav", make<WaveDecoder>, smallWave(30000), false, false, false, false, false},
         {"wavtestmode", make<WaveTestModeDecoder>, smallWave(3000), false, false, true, true,
          false},
-        {"flac", make<FlacDecoder>, flacFile(FlacSpec()), false, false, false, false, false},
+        {"flac", make<FlacDecoder>, taggedFlac(), false, false, false, false, false},
         {"ogg", make<OggVorbisDecoder>, testData("stereo.ogg"), false, false, true, false, true},
         {"heaac", make<VHEAACDecoder>, testData("he-stereo.aac"), false, false, false, false,
          false},

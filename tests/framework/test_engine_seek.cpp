@@ -67,6 +67,22 @@ TEST_F(Engine, ASeekDuringTheDrainTakesTheEndBack)
     EXPECT_EQ((Events{2, 4, 10, 6, 1}), callback.events());
 }
 
+TEST_F(Engine, ASeekThatOvertakesTheEndPlaysOn)
+{
+    decoder.onSeek = [this] { decoder.repositioned(); };
+    decoder.onPlay = [this] {
+        decoder.newPosition();
+        EXPECT_EQ(Ok, decoder.Seek(TimeSpec{0, 0}));
+        EXPECT_FALSE(decoder.endsHere());
+        decoder.newPosition();
+        EXPECT_TRUE(decoder.endsHere());
+        EXPECT_EQ(ErrorFailed, decoder.Seek(TimeSpec{0, 0}));
+        return int(ResultEndOfStream);
+    };
+    runToTheEnd();
+    EXPECT_EQ((Events{2, 4, 10, 6, 1}), callback.events());
+}
+
 TEST_F(Engine, AnEndThatWasDecidedStaysOne)
 {
     auto& device = FakeSoundDevice::instance();

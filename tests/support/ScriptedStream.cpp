@@ -99,9 +99,14 @@ int ScriptedStream::Read(void* buf, unsigned int len, unsigned int* got)
         return StreamRetry;
     m_retried = false;
     Lock lock(m_lock);
-    std::size_t const left = m_script.data.size() - std::min(m_offset, m_script.data.size());
+    std::size_t left = m_script.data.size() - std::min(m_offset, m_script.data.size());
     if (left == 0)
         return ResultEndOfStream;
+    if (m_script.retriesFrom != 0 && !m_moved) {
+        if (m_offset >= m_script.retriesFrom)
+            return StreamRetry;
+        left = std::min(left, m_script.retriesFrom - m_offset);
+    }
     unsigned int const most = m_script.longestRead == 0 ? len : std::min(len, m_script.longestRead);
     *got = static_cast<unsigned int>(std::min<std::size_t>(most, left));
     std::memcpy(buf, m_script.data.data() + m_offset, *got);
@@ -117,6 +122,7 @@ int ScriptedStream::SeekByte(long long offset)
         return ErrorFailed;
     Lock lock(m_lock);
     m_offset = static_cast<std::size_t>(offset);
+    m_moved = true;
     return Ok;
 }
 

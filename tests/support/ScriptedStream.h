@@ -23,6 +23,8 @@ struct Script {
     int capabilities = Avr::Interface::IReadableStream::CanSeekByte;
     bool seeksFail = false;
 
+    std::size_t retriesFrom = 0; ///< byte from which nothing comes until it is positioned; 0 = none
+
     int faultAtRead = -1; ///< index of the read that has the fault; -1 = none
     Fault fault = Fault::None;
     bool openFails = false;
@@ -66,6 +68,7 @@ private:
     bool m_open = false;
     std::size_t m_offset = 0;
     std::atomic<bool> m_retried{false};
+    std::atomic<bool> m_moved{false};
     std::atomic<int> m_reads{0};
     std::atomic<int> m_closes{0};
     std::atomic<int> m_error{0};
