@@ -1,12 +1,12 @@
 #include "VHEAACDecoder.h"
 
+#include "Deadlines.h"
 #include "PcmTime.h"
 #include "PropertyAnswer.h"
 #include "StreamSeek.h"
 
 #include <fdk-aac/aacdecoder_lib.h>
 
-#include <chrono>
 #include <cstdarg>
 #include <cstring>
 #include <iostream>
@@ -30,7 +30,6 @@ constexpr unsigned int FirstPlayed = 3; ///< of the decoded frames, counted from
 // Keeps the decoding thread from running far ahead. Too short to be worth an interruptible sleep,
 // which costs more than a block's delivery.
 constexpr int PacedSamples = 1024; ///< per channel
-constexpr std::chrono::microseconds PacingPause(2000);
 
 __attribute__((format(printf, 1, 2))) int failed(const char* format, ...)
 {
@@ -253,7 +252,7 @@ int VHEAACDecoder::VHEAAC_writePcm()
     int const result = SendOnSample(m_param->delivered, samples * 4, &duration);
     m_param->pacing += m_param->info.frameSize;
     for (; m_param->pacing >= PacedSamples; m_param->pacing -= PacedSamples)
-        std::this_thread::sleep_for(PacingPause);
+        std::this_thread::sleep_for(deadlines().pacingPause);
     return result;
 }
 

@@ -18,6 +18,7 @@ struct Deadlines {
     Milliseconds endPoll{20};         ///< the sound device is asked again whether it has finished
     Milliseconds pausedPoll{1000};    ///< the same while paused
     Milliseconds retryPause{5};       ///< an unbuffered stream is asked again
+    std::chrono::microseconds pacingPause{2000}; ///< HE-AAC, for every 1024 samples of a channel
     std::size_t threadStackBytes = 0; ///< of the decoding thread; 0 = the system's default
 };
 

@@ -16,7 +16,11 @@ namespace {
 
 class Faults : public DecoderRun, public testing::WithParamInterface<DecoderUnderTest> {
 protected:
-    Faults() { deadlines().endPoll = std::chrono::milliseconds(1); }
+    Faults()
+    {
+        deadlines().endPoll = std::chrono::milliseconds(1);
+        deadlines().pacingPause = std::chrono::microseconds(0);
+    }
     ~Faults() override { deadlines() = Deadlines(); }
 
     IDecoder& underTest() override { return *decoder; }
