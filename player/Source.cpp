@@ -26,6 +26,8 @@ using Avr::Interface::IReadableStream;
 
 constexpr const char* ListHint = "avrplay --formats lists what can be played";
 
+constexpr double SmallestHeAac = 8192; // its decoder reads that much for the format
+
 bool isAddress(std::string const& path)
 {
     std::size_t const end = path.find("://");
@@ -132,15 +134,20 @@ std::string explainFailure(Source const& source, int event, bool known)
     if (known)
         return "decoding failed before the end of the file";
     std::string const head = readFileHead(source.path);
+    std::string const content = formatOfMimeType(host::sniffFormat(head.data(), head.size()));
+    bool const builtIn = Avr::Decoder::LookupFromFormat(content) != nullptr;
+    if (builtIn && source.format.compare(0, content.size(), content) != 0)
+        return "holds " + content + ", not " + source.format + "; play it with -f " + content;
     std::string const complaint = head.empty() ? std::string() : WaveHead(head).complaint();
     if (source.format.compare(0, 3, "wav") == 0 && !complaint.empty())
         return complaint;
     if (event == kiv::appli::EventRunFailed)
         return "cannot be opened";
-    std::string const content = formatOfMimeType(host::sniffFormat(head.data(), head.size()));
-    bool const builtIn = Avr::Decoder::LookupFromFormat(content) != nullptr;
-    if (builtIn && source.format.compare(0, content.size(), content) != 0)
-        return "holds " + content + ", not " + source.format + "; play it with -f " + content;
+    if (head.compare(0, 4, "OggS") == 0 && content.empty())
+        return "an Ogg file without Vorbis in it; of Ogg files only Vorbis is played";
+    if (source.format == "he-aac" && source.length() < SmallestHeAac)
+        return "a file of this format needs at least " + std::to_string(int(SmallestHeAac)) +
+               " bytes";
     return "the " + source.format +
            " decoder does not understand it: damaged, or of another format (name it with -f)";
 }

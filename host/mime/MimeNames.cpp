@@ -12,6 +12,8 @@ namespace {
 
 using namespace std::string_view_literals;
 
+constexpr std::size_t FirstOggPacket = 28; ///< behind the header of the first page
+
 /// In ASCII, whatever the locale is.
 char lowered(char letter) { return letter >= 'A' && letter <= 'Z' ? char(letter + 32) : letter; }
 
@@ -82,8 +84,8 @@ const char* typeOf(std::string_view head)
 {
     if (hasAt(head, 0, "RIFF") && hasAt(head, 8, "WAVE"))
         return "audio/wav";
-    if (hasAt(head, 0, "OggS"))
-        return "audio/ogg";
+    if (hasAt(head, 0, "OggS")) // other codecs come in Ogg, too
+        return hasAt(head, FirstOggPacket, "\x01vorbis"sv) ? "audio/ogg" : "";
     if (hasAt(head, 0, "fLaC"))
         return "audio/flac";
     if (hasAt(head, 0, "\x30\x26\xB2\x75\x8E\x66\xCF\x11\xA6\xD9\x00\xAA\x00\x62\xCE\x6C"sv))

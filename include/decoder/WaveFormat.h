@@ -38,11 +38,12 @@ static_assert(offsetof(TimeSpec, nanoseconds) == 4, "shared with the player");
 
 /// What event 2 carries; 36 bytes.
 struct DecoderStreamInfo {
-    tWAVEFORMAT format;    ///< the PCM that OnSample will bring
+    tWAVEFORMAT format;    ///< the PCM that OnSample will bring; FLAC of other widths than whole
+                           ///< bytes brings 4 bytes a sample, in the low bits
     std::uint32_t codecId; ///< one of CodecId
     std::uint32_t bitRate; ///< bits per second of the input; 0 = unknown
-    std::uint32_t
-        decoderWord; ///< the decoder's own; mostly the duration in milliseconds, 0 = unknown
+    std::uint32_t decoderWord; ///< the decoder's own; mostly the duration in milliseconds, 0 =
+                               ///< unknown, and above 0x7FFFFFFF too (Ogg Vorbis)
 };
 static_assert(sizeof(DecoderStreamInfo) == 36, "shared with the player");
 static_assert(offsetof(DecoderStreamInfo, codecId) == 24, "shared with the player");

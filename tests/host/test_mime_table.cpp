@@ -37,7 +37,8 @@ TEST(MimeNames, ByContentWhateverItsLength)
     const std::map<std::string, const char*> heads = {
         {"RIFF....WAVE", "audio/wav"},
         {"RIFF....AVI LIST", ""},
-        {"OggS", "audio/ogg"},
+        {"OggS" + std::string(24, 0) + "\x01vorbis", "audio/ogg"},
+        {"OggS" + std::string(24, 0) + "OpusHead", ""},
         {"\0\0\0\x20"s + "ftyp", "audio/mp4"},
         {"\x30\x26\xB2\x75\x8E\x66\xCF\x11\xA6\xD9\x00\xAA\x00\x62\xCE\x6C"s, "audio/x-ms-wma"},
         {"\xFF\xF1\x50\x80\x02\x1F\xFC", "audio/aac"},  // 44100 Hz
