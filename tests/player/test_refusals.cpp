@@ -48,7 +48,9 @@ TEST(Refusal, EveryBadFileGetsOneLineThatSaysWhy)
         {"noise.aacp", noise(9000), "he-aac decoder does not understand it"},
         {"cut.flac", contentOf(kSamples + "tune.flac").substr(0, 40), "damaged"},
         {"cut.ogg", contentOf(kSamples + "tune.ogg").substr(0, 2000), "damaged"},
-        {"cut.aac", contentOf(kSamples + "tune-he.aac").substr(0, 100), "damaged"},
+        {"cut.aac", contentOf(kSamples + "tune-he.aac").substr(0, 100),
+         "needs at least 8192 bytes"},
+        {"opus.ogg", "OggS" + std::string(24, '\0') + "OpusHead", "without Vorbis"},
         {"wave.flac", kGood, "-f wav"},
     };
     for (auto const& file : files) {
