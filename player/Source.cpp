@@ -26,7 +26,7 @@ using Avr::Interface::IReadableStream;
 
 constexpr const char* ListHint = "avrplay --formats lists what can be played";
 
-constexpr double SmallestHeAac = 8192; // its decoder reads that much for the format
+constexpr unsigned int SmallestHeAac = 8192; // its decoder reads that much for the format
 
 bool isAddress(std::string const& path)
 {
@@ -146,8 +146,7 @@ std::string explainFailure(Source const& source, int event, bool known)
     if (head.compare(0, 4, "OggS") == 0 && content.empty())
         return "an Ogg file without Vorbis in it; of Ogg files only Vorbis is played";
     if (source.format == "he-aac" && source.length() < SmallestHeAac)
-        return "a file of this format needs at least " + std::to_string(int(SmallestHeAac)) +
-               " bytes";
+        return "a file of this format needs at least " + std::to_string(SmallestHeAac) + " bytes";
     return "the " + source.format +
            " decoder does not understand it: damaged, or of another format (name it with -f)";
 }

@@ -147,7 +147,7 @@ void FlacCodec::close()
     m_library.reset();
     for (Frame* frame : {&m_frame, &m_seekFrame})
         *frame = {};
-    m_isOpen = m_isDescribed = m_endOfStream = m_givesUp = m_frameLeft = false;
+    m_isOpen = m_isDescribed = m_endOfStream = m_frameLeft = false;
 }
 
 FlacCodec::Outcome FlacCodec::decode()
@@ -162,10 +162,8 @@ FlacCodec::Outcome FlacCodec::decode()
     m_frame.bytes = 0;
     m_target = &m_frame;
     m_frameStart = decodePosition();
-    m_givesUp = true;
     m_input.whenDry(LibraryStream::WhenDry::GiveUp);
     bool const processed = FLAC__stream_decoder_process_single(m_library->handle);
-    m_givesUp = false;
     m_input.rethrow();
     return outcome(processed);
 }
@@ -223,7 +221,7 @@ int FlacCodec::read(void* buf, unsigned int len, unsigned int& got)
     if (!m_isOpen && m_error)
         return ErrorFailed; // no FLAC: the rest need not be searched
     // A frame that the buffer could not give again has to be waited for in place.
-    if (m_givesUp && m_input.position() - m_frameStart > RewindLimit)
+    if (m_input.givesUp() && m_input.position() - m_frameStart > RewindLimit)
         m_input.whenDry(LibraryStream::WhenDry::WaitQuietly);
     int const result = m_input.read(buf, len, got);
     if (result == ResultEndOfStream)

@@ -81,8 +81,7 @@ private:
     Frame m_seekFrame;          ///< where a seek landed, until decode gives it
     Frame* m_target = nullptr;  ///< of the library call in progress
     long long m_frameStart = 0; ///< byte offset of the frame that is being decoded
-    bool m_givesUp = false;     ///< a read that finds nothing leaves the frame
-    bool m_frameLeft = false;   ///< it did: the frame has to be read again
+    bool m_frameLeft = false;   ///< a read that gave up left it: it has to be read again
     bool m_isOpen = false;      ///< past the metadata
     bool m_isDescribed = false;
     bool m_endOfStream = false;

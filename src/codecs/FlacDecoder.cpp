@@ -10,20 +10,19 @@ namespace kiv { namespace appli {
 
 using DecoderLock = boost::lock_guard<boost::recursive_mutex>;
 
+namespace {
+
+LibraryStream::LastFill lastFill{LibraryStream::NothingReported};
+
+} // namespace
+
 /// The stream, and libFLAC over it.
 class FlacDecoder::Input {
 public:
-    explicit Input(DecoderImple& engine) : stream(engine, lastFill()), codec(stream) {}
+    explicit Input(DecoderImple& engine) : stream(engine, lastFill), codec(stream) {}
 
     LibraryStream stream;
     FlacCodec codec;
-
-private:
-    static LibraryStream::LastFill& lastFill()
-    {
-        static LibraryStream::LastFill fill{LibraryStream::NothingReported};
-        return fill;
-    }
 };
 
 FlacDecoder::FlacDecoder() : m_input(std::make_unique<Input>(*this)) {}

@@ -62,7 +62,7 @@ int LibraryStream::read(void* buf, unsigned int len, unsigned int& got)
         int const result = readOnce(buf, len, got);
         if (result != StreamRetry)
             return result;
-        if (m_whenDry == WhenDry::GiveUp) {
+        if (givesUp()) {
             m_dry = true;
             return StreamRetry;
         }

@@ -54,6 +54,7 @@ public:
         m_whenDry = action;
         m_dry = false;
     }
+    bool givesUp() const { return m_whenDry == WhenDry::GiveUp; }
     /// Whether a read of the last library call gave up.
     bool isDry() const { return m_dry; }
 
@@ -66,10 +67,10 @@ public:
     bool waitForData();
 
 private:
-    int readOnce(void* buf, unsigned int len, unsigned int& got);
-    bool waitInPlace();
     enum class Wait { OutsideTheLibrary, Reporting, Quiet };
 
+    int readOnce(void* buf, unsigned int len, unsigned int& got);
+    bool waitInPlace();
     bool wait(Wait way);
     bool isPaused() const;
     void reportFill(int percent);

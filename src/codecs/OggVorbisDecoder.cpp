@@ -18,6 +18,8 @@ using Avr::Decoder::FramesPerBlock;
 
 namespace {
 
+LibraryStream::LastFill lastFill{LibraryStream::NothingReported};
+
 /// Where the front right channel stands, by the order that Vorbis has for so many channels.
 unsigned int frontRight(unsigned int channels)
 {
@@ -51,7 +53,7 @@ void mapChannels(const short* in, unsigned int inChannels, std::size_t frames, s
 /// The stream, and Tremor over it. Decoding thread only, but for the stream's capabilities.
 class OggVorbisDecoder::Input {
 public:
-    explicit Input(DecoderImple& engine) : stream(engine, lastFill()) {}
+    explicit Input(DecoderImple& engine) : stream(engine, lastFill) {}
     ~Input() { close(); }
     Input(Input const&) = delete;
     Input& operator=(Input const&) = delete;
@@ -69,11 +71,6 @@ public:
     LibraryStream stream;
 
 private:
-    static LibraryStream::LastFill& lastFill()
-    {
-        static LibraryStream::LastFill fill{LibraryStream::NothingReported};
-        return fill;
-    }
     static std::size_t read(void* buf, std::size_t size, std::size_t count, void* source);
     static int seek(void*, ogg_int64_t, int) { return -1; }
     static int close(void* source);
