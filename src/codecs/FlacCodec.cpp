@@ -63,7 +63,7 @@ struct FlacCodec::Callbacks {
                                                   void* client)
     {
         long long const length = self(client).m_input.length();
-        if (length < 0)
+        if (length == 0)
             return FLAC__STREAM_DECODER_LENGTH_STATUS_ERROR;
         *bytes = static_cast<FLAC__uint64>(length);
         return FLAC__STREAM_DECODER_LENGTH_STATUS_OK;

@@ -3,7 +3,6 @@
 #include "Deadlines.h"
 #include "StreamSeek.h"
 
-#include <boost/lexical_cast/try_lexical_convert.hpp>
 #include <boost/make_shared.hpp>
 
 #include <algorithm>
@@ -160,12 +159,7 @@ void LibraryStream::rethrow()
 
 long long LibraryStream::length() const
 {
-    std::string text;
-    long long length = -1;
-    if (!m_buffer || !propertyOf(*m_buffer, IReadableStream::ContentLength, text) ||
-        !boost::conversion::try_lexical_convert(text, length))
-        return -1;
-    return length;
+    return m_buffer ? Avr::Decoder::contentLength(*m_buffer) : 0;
 }
 
 bool LibraryStream::canSeekByte() const

@@ -40,7 +40,7 @@ public:
     /// Reads what is there, at least one byte. @return 0; -10101 at the end; any other negative
     /// value when the stream failed, nothing came in time, or the run is to end
     int read(void* buf, unsigned int len, unsigned int& got);
-    /// The content length; -1 when it is unknown.
+    /// In bytes; 0 when it is unknown.
     long long length() const;
     /// Whether the player's stream can be positioned by byte.
     bool canSeekByte() const;

@@ -65,6 +65,7 @@ int DecoderImple::startRun(StreamPtr const& stream, Callback* callback)
         m_stream = stream;
         m_callback = callback;
         m_pausePending = false;
+        m_infoSent = false;
         m_phase = Phase::Opening;
         m_state = State::PreDecoding;
         return Ok;
@@ -255,6 +256,17 @@ bool DecoderImple::hasCallback() const
 {
     Lock lock(m_stateLock);
     return m_callback != nullptr;
+}
+
+void DecoderImple::waitForOpen()
+{
+    if (ThreadPlace::isAt(*this, ThreadPlace::Kind::DecodingThread))
+        return;
+    boost::this_thread::disable_interruption whole;
+    Lock lock(m_stateLock);
+    while ((m_phase == Phase::Opening || (m_phase == Phase::Announced && !m_infoSent)) &&
+           !isClosing())
+        m_wake.wait(lock);
 }
 
 bool DecoderImple::beginSeek()

@@ -105,6 +105,9 @@ public:
     /// Whether an interruption may be thrown on: the decoding thread, before the run's end.
     bool mayBeInterrupted() const;
 
+    /// While a run is being opened, waits for the outcome and for event 2; not on the decoding thread.
+    void waitForOpen();
+
     /// A seek in progress: the run cannot end, and no block is delivered, while it lives.
     class SeekScope {
     public:
@@ -189,6 +192,7 @@ private:
     Callback* m_callback = nullptr;  // guarded by m_stateLock
     tWAVEFORMAT m_waveFormat{};      // guarded by m_stateLock
     Phase m_phase = Phase::Idle;     // guarded by m_stateLock
+    bool m_infoSent = false;         // event 2 has returned; guarded by m_stateLock
     bool m_pausePending = false;     // guarded by m_stateLock
     unsigned int m_seeksRunning = 0; // guarded by m_stateLock
     unsigned int m_seeksBegun = 0;   // guarded by m_stateLock

@@ -73,6 +73,11 @@ int DecoderImple::PreDecoding()
     }
     DecoderStreamInfo info = m_streamInfo;
     SendEvent(EventStreamInfo, &info, sizeof info);
+    {
+        Lock lock(m_stateLock);
+        m_infoSent = true;
+        m_wake.notify_all();
+    }
     InterruptionPoint();
     return waitForStart();
 }
@@ -237,6 +242,7 @@ void DecoderImple::PostDecoding(long result)
     {
         Lock lock(m_stateLock);
         m_phase = Phase::Ending;
+        m_wake.notify_all();
         if (result == ResultEndOfStream)
             m_state = State::EndOfStream;
         if (result == ResultEndOfStream || m_state == State::OpenFailed ||

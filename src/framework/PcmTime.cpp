@@ -18,16 +18,17 @@ TimeSpec playingTime(std::uint64_t bytes, std::uint32_t bytesPerSecond)
 
 double toSeconds(TimeSpec const& time) { return time.seconds + time.nanoseconds / 1e9; }
 
+std::int64_t bytePosition(TimeSpec const& time, double bytesPerSecond)
+{
+    double const bytes = toSeconds(time) * bytesPerSecond;
+    auto const most = std::numeric_limits<std::int64_t>::max();
+    return bytes < static_cast<double>(most) ? static_cast<std::int64_t>(bytes) : most;
+}
+
 std::int64_t byteOffset(TimeSpec const& time, std::uint32_t bytesPerSecond,
                         std::uint16_t blockAlign)
 {
-    if (blockAlign == 0)
-        return 0;
-    double const bytes = toSeconds(time) * bytesPerSecond;
-    auto const most = std::numeric_limits<std::int64_t>::max();
-    std::int64_t const offset =
-        bytes < static_cast<double>(most) ? static_cast<std::int64_t>(bytes) : most;
-    return offset / blockAlign * blockAlign;
+    return wholeFrames(bytePosition(time, bytesPerSecond), blockAlign) * blockAlign;
 }
 
 std::int64_t wholeFrames(std::int64_t bytes, std::uint16_t blockAlign)

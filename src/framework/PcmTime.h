@@ -12,6 +12,9 @@ kiv::appli::TimeSpec playingTime(std::uint64_t bytes, std::uint32_t bytesPerSeco
 
 double toSeconds(kiv::appli::TimeSpec const& time);
 
+/// The byte that a time falls on; saturates.
+std::int64_t bytePosition(kiv::appli::TimeSpec const& time, double bytesPerSecond);
+
 /// The byte offset of a time, rounded down to a whole frame; saturates.
 std::int64_t byteOffset(kiv::appli::TimeSpec const& time, std::uint32_t bytesPerSecond,
                         std::uint16_t blockAlign);

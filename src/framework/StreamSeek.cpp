@@ -2,7 +2,10 @@
 
 #include <boost/thread/lock_guard.hpp>
 
+#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <string>
 
 namespace Avr { namespace Decoder {
 
@@ -36,6 +39,18 @@ int capabilitiesOf(Avr::Interface::IReadableStream& stream)
     } catch (...) { // a stream that throws can nothing
         return 0;
     }
+}
+
+long long contentLength(Avr::Interface::IReadableStream& stream)
+{
+    std::string text;
+    try {
+        if (stream.GetStreamProperty(Avr::Interface::IReadableStream::ContentLength, text) < 0)
+            return 0;
+    } catch (...) { // a stream that throws does not know
+        return 0;
+    }
+    return std::max(0LL, std::strtoll(text.c_str(), nullptr, 10));
 }
 
 int seekByte(DecoderImple& engine, Avr::Interface::IReadableStream& stream, long long offset)

@@ -14,6 +14,9 @@ constexpr int SeekFailed = 1;
 /// The stream's capability flags.
 int capabilitiesOf(Avr::Interface::IReadableStream& stream);
 
+/// The stream's length in bytes; 0 when it is unknown.
+long long contentLength(Avr::Interface::IReadableStream& stream);
+
 /// Moves the buffered stream to a byte. @return 0; 1 when it failed or there is no stream
 int seekBufferedByte(DecoderImple& engine, kiv::appli::BufferStream* stream, long long offset);
 

@@ -29,19 +29,6 @@ constexpr unsigned int UnknownRateBuffer = 512000;
 constexpr std::uint16_t TagPcm = 1;
 constexpr std::uint16_t TagExtensible = 0xFFFE;
 
-/// The stream's length in bytes, 0 when it does not know it.
-long long contentLength(Avr::Interface::IReadableStream& stream)
-{
-    std::string text;
-    try {
-        if (stream.GetStreamProperty(Avr::Interface::IReadableStream::ContentLength, text) < 0)
-            return 0;
-    } catch (...) { // a stream that throws does not know
-        return 0;
-    }
-    return std::max(0LL, std::strtoll(text.c_str(), nullptr, 10));
-}
-
 std::string hexadecimal(unsigned int number)
 {
     std::ostringstream text;
