@@ -3,7 +3,9 @@
 #include "LpcmDecoder.h"
 #include "OggVorbisDecoder.h"
 #include "Registration.h"
+#include "VAACDecoder.h"
 #include "VHEAACDecoder.h"
+#include "VMP3Decoder.h"
 #include "WaveDecoder.h"
 #include "WaveTestModeDecoder.h"
 
@@ -17,6 +19,8 @@ void InitDecoder()
     DoRegister<kiv::appli::OggVorbisDecoder>("ogg");
     DoRegister<kiv::appli::FlacDecoder>("flac");
     DoRegister<kiv::appli::VHEAACDecoder>("he-aac");
+    DoRegister<kiv::appli::VAACDecoder>("aac");
+    DoRegister<kiv::appli::VMP3Decoder>("mp3");
 }
 
 }} // namespace Avr::Decoder

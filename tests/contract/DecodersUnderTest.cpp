@@ -6,7 +6,9 @@
 #include "OggVorbisDecoder.h"
 #include "Samples.h"
 #include "TestData.h"
+#include "VAACDecoder.h"
 #include "VHEAACDecoder.h"
+#include "VMP3Decoder.h"
 #include "WaveDecoder.h"
 #include "WaveTestModeDecoder.h"
 
@@ -44,14 +46,24 @@ Bytes taggedFlac()
 std::vector<DecoderUnderTest> const& decodersUnderTest()
 {
     static std::vector<DecoderUnderTest> const rows = {
-        {"lpcm", make<Avr::Decoder::LpcmDecoder>, noise(60000), true, true, true, false, false},
-        {"wav", make<WaveDecoder>, smallWave(30000), false, false, false, false, false},
-        {"wavtestmode", make<WaveTestModeDecoder>, smallWave(3000), false, false, true, true,
-         false},
-        {"flac", make<FlacDecoder>, taggedFlac(), false, false, false, false, false},
-        {"ogg", make<OggVorbisDecoder>, testData("stereo.ogg"), false, false, true, false, true},
-        {"heaac", make<VHEAACDecoder>, testData("he-stereo.aac"), false, false, false, false,
-         false},
+        {"lpcm",
+         make<Avr::Decoder::LpcmDecoder>,
+         noise(60000),
+         {Trait::TakesAnything, Trait::PlaysWithoutCallback, Trait::TakesFaultsAsEnd}},
+        {"wav", make<WaveDecoder>, smallWave(30000), {}},
+        {"wavtestmode",
+         make<WaveTestModeDecoder>,
+         smallWave(3000),
+         {Trait::TakesFaultsAsEnd, Trait::Repeats}},
+        {"flac", make<FlacDecoder>, taggedFlac(), {}},
+        {"ogg",
+         make<OggVorbisDecoder>,
+         testData("stereo.ogg"),
+         {Trait::TakesFaultsAsEnd, Trait::DescribesOnlyRuns}},
+        {"heaac", make<VHEAACDecoder>, testData("he-stereo.aac"), {}},
+        {"mp3", make<VMP3Decoder>, testData("cbr.mp3"), {Trait::EndsWhenRefused}},
+        {"aac", make<VAACDecoder>, testData("lc-mono.aac"), {}},
+        {"m4a", make<VAACDecoder>, testData("lc-mono.m4a"), {Trait::ReadsNoFurther}},
     };
     return rows;
 }

@@ -6,25 +6,30 @@
 #include <functional>
 #include <memory>
 #include <ostream>
+#include <set>
 
 namespace avr { namespace test {
 
+/// Where a decoder differs from the others.
+enum class Trait {
+    TakesAnything,        ///< any input opens: nothing in it is checked
+    PlaysWithoutCallback, ///< to the end of its input
+    TakesFaultsAsEnd,     ///< faults of the stream in the play loop are not told from its end
+    EndsWhenRefused,      ///< a refused block is the end, but the first one is not asked about
+    ReadsNoFurther,       ///< than its last frame: what is behind it does not matter
+    Repeats,              ///< plays its input more than once
+    DescribesOnlyRuns     ///< answers properties from event 2 to event 1 only
+};
+
 /// One row of the contract suite.
 struct DecoderUnderTest {
+    bool has(Trait trait) const { return traits.count(trait) != 0; }
+
     const char* name;
     std::function<std::unique_ptr<kiv::appli::IDecoder>()> make;
     /// An input that plays, some tens of blocks long.
     Bytes sample;
-    /// Any input opens: nothing in it is checked.
-    bool takesAnything;
-    /// Runs to the end of its input also without a callback.
-    bool playsWithoutCallback;
-    /// Faults of the stream in the play loop are not told from its end.
-    bool takesFaultsAsEnd;
-    /// Plays its input more than once.
-    bool repeats;
-    /// Answers properties from event 2 to event 1 only.
-    bool describesOnlyRuns;
+    std::set<Trait> traits;
 };
 
 inline std::ostream& operator<<(std::ostream& out, DecoderUnderTest const& row)
