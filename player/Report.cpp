@@ -23,9 +23,10 @@ struct Format {
 };
 constexpr const char* ByTime = "seeks by time";
 constexpr const char* Nowhere = "cannot seek: plays from the beginning only";
+constexpr const char* OnlyMp4 = "MP4 files seek by time, others play from the beginning only";
 constexpr Format Formats[] = {{"lpcm", ByTime},    {"wav", ByTime},  {"wav-testmode", ByTime},
                               {"ogg", Nowhere},    {"flac", ByTime}, {"wma", ""},
-                              {"he-aac", Nowhere}, {"aac", ""},      {"mp3", ""}};
+                              {"he-aac", Nowhere}, {"aac", OnlyMp4}, {"mp3", ByTime}};
 
 /// Waits until the format is known or the run is over.
 TrackNews waitForFormat(Track const& track, Wakeup const& wakeup, Signals const& signals)

@@ -119,6 +119,9 @@ void Session::onNews()
     m_news = m_track.news();
     if (!m_news.error.empty())
         return fail(m_news.error);
+    if (m_news.startRefused)
+        return fail("cannot start at " + timeText(toSeconds(m_stage.options.start)) + ": " +
+                    unreachable());
     if (m_news.opened && !m_started)
         begin();
     if (!m_end)
@@ -135,17 +138,18 @@ void Session::begin()
     if (duration > 0 && start >= duration + 1)
         return fail("ends at " + timeText(duration) + ", before --start " + timeText(start));
     m_started = true;
-    if (m_track.start(m_stage.options.start) != 0)
-        fail("cannot start at " + timeText(start) + ": " + unreachable());
+    m_track.start(m_stage.options.start);
 }
 
 std::string Session::unreachable() const
 {
-    if (m_news.info.lastPosition <= 0)
-        return m_source.format + " plays from the beginning only; leave out --start";
     if (!m_source.canSeek())
-        return "no position can be reached in it";
-    return "it ends before, or cannot be positioned there";
+        return "its input cannot be positioned; leave out --start";
+    if (m_news.info.lastPosition > 0)
+        return "it ends before, or cannot be positioned there";
+    if (m_source.format == "aac")
+        return "of this format only MP4 files can be positioned; leave out --start";
+    return m_source.format + " plays from the beginning only; leave out --start";
 }
 
 /// Says what is played, once there is something.

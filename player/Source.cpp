@@ -1,5 +1,6 @@
 #include "Source.h"
 
+#include "AacHead.h"
 #include "FileHead.h"
 #include "Text.h"
 
@@ -7,6 +8,7 @@
 #include "decoder/IDecoderCallback.h"
 #include "mime/MimeNames.h"
 #include "platform/MimeTable.h"
+#include "platform/Mp3TagParser.h"
 #include "stream/FileStream.h"
 
 #include <boost/make_shared.hpp>
@@ -89,12 +91,43 @@ bool chooseDecoder(Source& source, std::string& error)
     return false;
 }
 
+std::string mp3Complaint(std::string const& head, double length)
+{
+    unsigned int const tag =
+        CMp3TagParser(head.data(), static_cast<unsigned int>(head.size()), true, false, false)
+            .getID3v2HeaderSize();
+    if (tag != 0 && tag >= length)
+        return "nothing stands behind its tag (ID3v2): cut off, or without audio; get a complete "
+               "copy";
+    return {};
+}
+
+/// What a file's beginning tells of why its decoder does not play it, or nothing.
+std::string formatComplaint(Source const& source, std::string const& head)
+{
+    std::string const& format = source.format;
+    if (format.compare(0, 3, "wav") == 0)
+        return WaveHead(head).complaint();
+    if (format == "mp3")
+        return mp3Complaint(head, source.length());
+    if (format == "aac")
+        return aacComplaint(source.path, head);
+    if (format == "ogg" && head.compare(0, 4, "OggS") == 0 &&
+        host::sniffFormat(head.data(), head.size()).empty())
+        return "an Ogg file without Vorbis in it; of Ogg files only Vorbis is played";
+    if (format == "he-aac" && source.length() < SmallestHeAac)
+        return "a file of this format needs at least " + std::to_string(SmallestHeAac) + " bytes";
+    return {};
+}
+
 } // namespace
 
 bool Source::canSeek() const
 {
-    constexpr int AnyKind = IReadableStream::CanSeekByte | IReadableStream::CanSeekTime;
-    return (stream->GetCapabilities() & AnyKind) != 0;
+    // These position by byte only, and MP3 says that it has moved even where the stream has not.
+    bool const byByte = format == "mp3" || format == "aac";
+    int const wanted = IReadableStream::CanSeekByte | (byByte ? 0 : IReadableStream::CanSeekTime);
+    return (stream->GetCapabilities() & wanted) != 0;
 }
 
 double Source::length() const
@@ -138,15 +171,11 @@ std::string explainFailure(Source const& source, int event, bool known)
     bool const builtIn = Avr::Decoder::LookupFromFormat(content) != nullptr;
     if (builtIn && source.format.compare(0, content.size(), content) != 0)
         return "holds " + content + ", not " + source.format + "; play it with -f " + content;
-    std::string const complaint = head.empty() ? std::string() : WaveHead(head).complaint();
-    if (source.format.compare(0, 3, "wav") == 0 && !complaint.empty())
+    std::string const complaint = head.empty() ? std::string() : formatComplaint(source, head);
+    if (!complaint.empty())
         return complaint;
     if (event == kiv::appli::EventRunFailed)
         return "cannot be opened";
-    if (head.compare(0, 4, "OggS") == 0 && content.empty())
-        return "an Ogg file without Vorbis in it; of Ogg files only Vorbis is played";
-    if (source.format == "he-aac" && source.length() < SmallestHeAac)
-        return "a file of this format needs at least " + std::to_string(SmallestHeAac) + " bytes";
     return "the " + source.format +
            " decoder does not understand it: damaged, or of another format (name it with -f)";
 }

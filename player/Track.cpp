@@ -1,5 +1,7 @@
 #include "Track.h"
 
+#include "AacHead.h"
+#include "FileHead.h"
 #include "Text.h"
 
 #include "decoder/PdtTrackInfo.h"
@@ -22,7 +24,8 @@ int setNumber(IDecoder& decoder, DecoderPropTypeBase::Value type, unsigned int n
 } // namespace
 
 Track::Track(Source const& source, host::SoundDevice* device, EventLog* log, Wakeup const& wakeup)
-    : m_source(source), m_device(device), m_log(log), m_wakeup(wakeup)
+    : m_source(source), m_device(device), m_log(log), m_wakeup(wakeup),
+      m_seeker([this](TimeSpec const& position) { makeSeek(position); })
 {}
 
 Track::~Track() { close(); }
@@ -31,19 +34,17 @@ bool Track::open() { return m_source.decoder->Open(m_source.stream, this) == 0; 
 
 // A seek of headerless PCM goes by the format that the decoder settles when it begins to play, so
 // there the first block makes it.
-int Track::start(TimeSpec const& position)
+void Track::start(TimeSpec const& position)
 {
-    if (toSeconds(position) > 0) {
-        if (!canReach(position))
-            return ErrorNotSupported;
-        m_firstPosition = position;
-        m_seekFirst = m_source.isHeaderless();
-        int const result = m_seekFirst ? 0 : seek(position);
-        if (result != 0)
-            return result;
-    }
+    bool const fromBeginning = toSeconds(position) <= 0;
+    if (!fromBeginning && !canReach(position))
+        return refuseStart();
+    m_startAfterSeek = !fromBeginning && !m_source.isHeaderless();
+    if (m_startAfterSeek)
+        return seek(position);
+    m_firstPosition = position;
+    m_seekFirst = !fromBeginning;
     m_source.decoder->Start(); // refused when the run has ended meanwhile; that is told by event 1
-    return 0;
 }
 
 bool Track::canReach(TimeSpec const& position) const
@@ -52,14 +53,41 @@ bool Track::canReach(TimeSpec const& position) const
     return m_source.canSeek() && last > 0 && toSeconds(position) <= last;
 }
 
-int Track::seek(TimeSpec const& position)
+void Track::seek(TimeSpec const& position)
 {
-    if (!canReach(position))
-        return ErrorNotSupported;
-    int const result = m_source.decoder->Seek(position);
-    if (result == 0)
-        m_clock.moved();
-    return result;
+    if (canReach(position))
+        m_seeker.request({position.seconds, news().info.wholeSeconds ? 0 : position.nanoseconds});
+}
+
+/// @return whether the decoder has moved
+bool Track::moveTo(TimeSpec const& position)
+{
+    if (m_source.decoder->Seek(position) != 0)
+        return false;
+    m_clock.moved();
+    return true;
+}
+
+/// The seeking thread's work.
+void Track::makeSeek(TimeSpec const& position)
+{
+    bool const moved = moveTo(position);
+    if (!m_startAfterSeek)
+        return;
+    m_startAfterSeek = false;
+    if (moved)
+        m_source.decoder->Start();
+    else
+        refuseStart();
+}
+
+void Track::refuseStart()
+{
+    {
+        std::lock_guard<std::mutex> const guard(m_lock);
+        m_news.startRefused = true;
+    }
+    m_wakeup.post();
 }
 
 void Track::pause(bool paused)
@@ -71,7 +99,12 @@ void Track::pause(bool paused)
         m_source.decoder->Resume();
 }
 
-void Track::close() { m_source.decoder->Close(); }
+void Track::close()
+{
+    m_seeker.cancel();
+    m_source.decoder->Close(); // lets a seek in progress return
+    m_seeker.finish();
+}
 
 TrackNews Track::news() const
 {
@@ -79,16 +112,18 @@ TrackNews Track::news() const
     return m_news;
 }
 
-double Track::elapsed() const { return m_clock.seconds(m_device->bytesTaken()); }
+double Track::elapsed() const
+{
+    std::optional<TimeSpec> const target = m_seeker.target();
+    return target ? toSeconds(*target) : m_clock.seconds(m_device->bytesTaken());
+}
 
 int Track::OnSample(const void* pcm, unsigned int bytes, TimeSpec*)
 {
     if (m_seekFirst.exchange(false)) {
-        int const result = seek(m_firstPosition);
-        if (result == 0)
+        if (moveTo(m_firstPosition))
             return 0;
-        std::lock_guard<std::mutex> const guard(m_lock);
-        m_news.error = "cannot start at " + timeText(toSeconds(m_firstPosition));
+        refuseStart();
         return ErrorFailed;
     }
     if (m_log)
@@ -192,10 +227,10 @@ TrackInfo Track::describe(DecoderStreamInfo const& streamInfo, std::string& erro
     }
     tWAVEFORMAT format{};
     m_source.decoder->GetWaveFormat(format);
-    if (!takeRecords(streamInfo, format, info))
-        error = "holds samples of " + std::to_string(info.bits) + " bits, " +
-                std::to_string(info.pcm.channels) + " channels, " + std::to_string(info.pcm.rate) +
-                " Hz; avrplay plays 8, 16, 24 and 32 bits";
+    if (std::string const complaint = takeRecords(streamInfo, format, info); !complaint.empty())
+        error = complaint;
+    if (streamInfo.codecId == CodecAac && !isMp4(readFileHead(m_source.path)))
+        info.lastPosition = 0;
     return info;
 }
 

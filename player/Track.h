@@ -2,6 +2,7 @@
 
 #include "EventLog.h"
 #include "PlayClock.h"
+#include "Seeker.h"
 #include "Source.h"
 #include "TrackInfo.h"
 #include "Wakeup.h"
@@ -21,10 +22,11 @@ struct TrackNews {
     bool opened = false;     ///< event 2: info is set, and the output ready unless `error` says no
     bool decodedAll = false; ///< event 6; the output may still have to play it
     bool closed = false;     ///< event 1
-    int failure = 0;         ///< event 0, 11 or 12
-    int bufferFill = -1;     ///< percent; -1: never told
-    std::string error;       ///< the player itself cannot go on, one line
-    std::string title;       ///< "artist - title" found in the stream
+    bool startRefused = false; ///< the position given to start() cannot be reached; nothing plays
+    int failure = 0;           ///< event 0, 11 or 12
+    int bufferFill = -1;       ///< percent; -1: never told
+    std::string error;         ///< the player itself cannot go on, one line
+    std::string title;         ///< "artist - title" found in the stream
     TrackInfo info;
 };
 
@@ -41,15 +43,17 @@ public:
     Track& operator=(Track const&) = delete;
 
     bool open();
-    /// After event 2. @return 0, or the result of the seek to `position`, and then nothing plays
-    int start(kiv::appli::TimeSpec const& position);
-    /// @return the decoder's answer: 0 when it has moved
-    int seek(kiv::appli::TimeSpec const& position);
+    /// After event 2. The news tell when the position cannot be reached.
+    void start(kiv::appli::TimeSpec const& position);
+    /// Begins a seek, or puts it behind the one in progress; nothing where that cannot be.
+    void seek(kiv::appli::TimeSpec const& position);
     void pause(bool paused);
+    /// Ends a seek in progress, too.
     void close();
 
     TrackNews news() const;
-    /// Seconds from the beginning of the track to what the output takes now.
+    /// Seconds from the beginning of the track to what the output takes now, or to where a seek
+    /// that is not done yet will be.
     double elapsed() const;
     unsigned long long bytesDelivered() const { return m_clock.bytesDelivered(); }
 
@@ -63,6 +67,9 @@ private:
     std::string prepareOutput(TrackInfo const& info);
     const void* fullScale(const void* pcm, unsigned int bytes);
     bool canReach(kiv::appli::TimeSpec const& position) const;
+    bool moveTo(kiv::appli::TimeSpec const& position);
+    void makeSeek(kiv::appli::TimeSpec const& position);
+    void refuseStart();
 
     Source const& m_source;
     host::SoundDevice* const m_device;
@@ -73,8 +80,10 @@ private:
     std::vector<std::uint32_t> m_scaled;        ///< a shifted block; decoding thread
     kiv::appli::TimeSpec m_firstPosition{0, 0}; ///< set before m_seekFirst
     std::atomic<bool> m_seekFirst{false}; ///< the first block is still to be replaced by a seek
+    bool m_startAfterSeek = false;        ///< set before the first seek, then the seeking thread's
     mutable std::mutex m_lock;            ///< guards m_news
     TrackNews m_news;
+    Seeker m_seeker; ///< last: its thread uses the others
 };
 
 }} // namespace avr::player

@@ -61,6 +61,16 @@ double known(std::uint32_t word, std::uint32_t codecId)
     return codecId == CodecOggVorbis && word > INT32_MAX ? 0 : word;
 }
 
+std::string complaint(std::uint32_t codecId, TrackInfo const& info)
+{
+    if (codecId == CodecAac && info.pcm.rate == 0)
+        return "AAC of a sampling rate that cannot be brought to an output rate (7350 Hz is one); "
+               "convert the file";
+    return "holds samples of " + std::to_string(info.bits) + " bits, " +
+           std::to_string(info.pcm.channels) + " channels, " + std::to_string(info.pcm.rate) +
+           " Hz; avrplay plays 8, 16, 24 and 32 bits";
+}
+
 } // namespace
 
 double bytesPerSecond(host::PcmFormat const& pcm)
@@ -68,7 +78,8 @@ double bytesPerSecond(host::PcmFormat const& pcm)
     return double(pcm.rate) * double(pcm.frameBytes());
 }
 
-bool takeRecords(DecoderStreamInfo const& streamInfo, tWAVEFORMAT const& format, TrackInfo& info)
+std::string takeRecords(DecoderStreamInfo const& streamInfo, tWAVEFORMAT const& format,
+                        TrackInfo& info)
 {
     std::uint32_t const codecId = streamInfo.codecId;
     info.bits = format.bitsPerSample;
@@ -77,9 +88,10 @@ bool takeRecords(DecoderStreamInfo const& streamInfo, tWAVEFORMAT const& format,
     info.bitRate = known(streamInfo.bitRate, codecId);
     info.duration = known(streamInfo.decoderWord, codecId) / 1000;
     if (format.channels == 0 || format.samplesPerSecond == 0 || !takeWidth(codecId, format, info))
-        return false;
+        return complaint(codecId, info);
     info.lastPosition = lastPosition(codecId, format, info.pcm);
-    return true;
+    info.wholeSeconds = codecId == CodecAac;
+    return {};
 }
 
 }} // namespace avr::player

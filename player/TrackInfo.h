@@ -13,16 +13,17 @@ struct TrackInfo {
     unsigned int bits = 0;  ///< in use, of a sample
     unsigned int shift = 0; ///< bits by which the samples stand too low in their bytes
     std::string codec;
-    double bitRate = 0;      ///< bits per second, 0 = unknown
-    double duration = 0;     ///< seconds, 0 = unknown
-    double lastPosition = 0; ///< seconds; so far the decoder can be sent, 0 = it cannot seek
+    double bitRate = 0;        ///< bits per second, 0 = unknown
+    double duration = 0;       ///< seconds, 0 = unknown
+    double lastPosition = 0;   ///< seconds; so far the decoder can be sent, 0 = it cannot seek
+    bool wholeSeconds = false; ///< a seek drops what is between them
 };
 
 double bytesPerSecond(host::PcmFormat const& pcm);
 
 /// Fills all but the codec's name from the decoder's two records.
-/// @return false when this is no PCM that can be played
-bool takeRecords(kiv::appli::DecoderStreamInfo const& streamInfo,
-                 kiv::appli::tWAVEFORMAT const& format, TrackInfo& info);
+/// @return one line why this cannot be played, or nothing
+std::string takeRecords(kiv::appli::DecoderStreamInfo const& streamInfo,
+                        kiv::appli::tWAVEFORMAT const& format, TrackInfo& info);
 
 }} // namespace avr::player

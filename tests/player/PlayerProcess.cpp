@@ -39,13 +39,14 @@ std::string littleEndian(unsigned long value, int bytes)
 PlayerProcess::PlayerProcess(Words const& arguments, bool onTerminal)
 {
     winsize const size{24, 80, 0, 0};
+    std::string const out = testFile("stdout"); // makes the directory: not in the child
     int err[2] = {-1, -1};
     if (!onTerminal && pipe2(err, O_CLOEXEC) != 0)
         abort();
     m_err = err[0];
     m_pid = onTerminal ? forkpty(&m_err, nullptr, nullptr, &size) : fork();
     if (m_pid == 0) {
-        dup2(creat(testFile("stdout").c_str(), 0600), STDOUT_FILENO);
+        dup2(creat(out.c_str(), 0600), STDOUT_FILENO);
         if (!onTerminal) {
             dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
             dup2(err[1], STDERR_FILENO);

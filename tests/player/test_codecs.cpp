@@ -10,6 +10,7 @@ using namespace avr::test;
 namespace {
 
 std::string sample(std::string const& name) { return AVR_SAMPLES "/" + name; }
+std::string data(std::string const& name) { return AVR_TEST_DATA "/" + name; }
 std::string audioOfSample(std::string const& name) { return contentOf(sample(name)).substr(44); }
 
 /// As the player gives it on: from the top of 4 bytes down.
@@ -107,11 +108,76 @@ TEST(Codecs, FramesThatBelieTheirWidthDoNoHarm)
     EXPECT_EQ(play({"-q", "-o", "raw:-", in}).out.size(), 2048U * 4);
 }
 
+TEST(Codecs, ProbeTellsWhatMp3AndAacFilesKnowOfThemselves)
+{
+    struct {
+        std::string name, json, text;
+    } const files[] = {
+        {"cbr.mp3",
+         R"("mp3","codec":"mp3","rate":44100,"bits":32,"channels":2,"bitRate":64000,"duration":1.0)",
+         "  bit rate   64 kbit/s\n  duration   0:01\n"},
+        {"vbr.mp3",
+         R"("mp3","codec":"mp3","rate":22050,"bits":32,"channels":2,"bitRate":69658,"duration":1.0)",
+         "  bit rate   70 kbit/s\n  duration   0:01\n"},
+        {"lc-mono.m4a",
+         R"("aac","codec":"aac","rate":44100,"bits":32,"channels":2,"bitRate":47169,"duration":2.0)",
+         "  bit rate   47 kbit/s\n  duration   0:02\n"},
+        {"lc-mono.aac",
+         R"("aac","codec":"aac","rate":44100,"bits":32,"channels":2,"bitRate":null,"duration":null)",
+         "  bit rate   unknown\n  duration   unknown\n"},
+    };
+    for (auto const& file : files) {
+        std::string const path = data(file.name);
+        EXPECT_EQ(play({"--json", path}).out,
+                  R"({"file":")" + path + R"(","format":)" + file.json + "}\n");
+        std::string const text = play({"--probe", path}).out;
+        EXPECT_EQ(text.find(path + "\n  format     "), 0U) << text;
+        EXPECT_NE(text.find(file.text), std::string::npos) << text;
+    }
+}
+
+TEST(Codecs, Mp3AndMp4BeginWhereTheyAreTold)
+{
+    constexpr std::size_t FrameBytes = 1024 * 8;
+    std::string const m4a = data("lc-mono.m4a");
+    std::size_t const all = play({"-q", "-o", "raw:-", m4a}).out.size();
+    // Frame 43 is fetched first, and the first frame is never played; nor are two from the start.
+    EXPECT_EQ(play({"-q", "-o", "raw:-", "--start", "1", m4a}).out.size(), all - 42 * FrameBytes);
+    // Its clock is not ahead of what is heard: only whole seconds are reached.
+    EXPECT_NE(play({"--events", "--start", "1.9", "-o", "null", "--no-realtime", m4a})
+                  .out.find("position 1.000000000\n"),
+              std::string::npos);
+
+    std::string const mp3 = data("cbr.mp3");
+    std::string const whole = play({"-q", "-o", "raw:-", mp3}).out;
+    std::string const rest = play({"-q", "-o", "raw:-", "--start", "0.5", mp3}).out;
+    // The first frame lacks what the ones before it hold for it.
+    constexpr std::size_t SameBytes = 200000;
+    ASSERT_GT(rest.size(), SameBytes);
+    EXPECT_NEAR(double(whole.size() - rest.size()) / 352800, 0.5, 0.1);
+    EXPECT_TRUE(rest.substr(rest.size() - SameBytes) == whole.substr(whole.size() - SameBytes));
+}
+
+TEST(Codecs, KeysSeekInMp3)
+{
+    std::string bytes;
+    for (int i = 0; i < 20; ++i)
+        bytes += contentOf(data("cbr.mp3"));
+    PlayerProcess player({"-o", "null", writeFile("long.mp3", bytes)}, true);
+    ASSERT_TRUE(player.waitFor("playing  0:0"));
+    player.type("\x1b[C");
+    ASSERT_TRUE(player.waitFor("playing  0:1"));
+    player.type("\x1b[D");
+    ASSERT_TRUE(player.waitFor("playing  0:0"));
+    player.type("\x1b[C\x1b[C\x1b[C"); // they add up, to beyond the end
+    EXPECT_EQ(player.finish().exit, 0);
+}
+
 TEST(Codecs, KeysDoNotSeekWhereTheDecoderCannot)
 {
     std::string const out = testFile("keys.raw");
-    for (std::string const name : {"stereo.ogg", "he-stereo.aac"}) {
-        std::string const in = AVR_TEST_DATA "/" + name;
+    for (std::string const name : {"stereo.ogg", "he-stereo.aac", "lc-mono.aac"}) {
+        std::string const in = data(name);
         std::string const whole = play({"-q", "-o", "raw:-", in}).out;
         PlayerProcess player({"--realtime", "-o", "raw:" + out, in}, true);
         ASSERT_TRUE(player.waitFor("playing  0:0"));

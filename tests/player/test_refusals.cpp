@@ -5,13 +5,35 @@
 #include <algorithm>
 #include <sstream>
 
+#include <sys/stat.h>
+
 using namespace avr::test;
+using namespace std::string_literals;
 
 namespace {
 
 std::string const kPcm = noise(40000);
 std::string const kGood = wave(kPcm);
 std::string const kSamples = AVR_SAMPLES "/";
+
+std::string dataFile(std::string const& name) { return contentOf(AVR_TEST_DATA "/" + name); }
+
+std::string repeated(std::string const& bytes, int times)
+{
+    std::string all;
+    while (times-- > 0)
+        all += bytes;
+    return all;
+}
+
+/// Some of its atoms have other names.
+std::string m4aWith(std::vector<std::pair<std::string, std::string>> const& names)
+{
+    std::string bytes = dataFile("lc-mono.m4a");
+    for (auto const& name : names)
+        bytes.replace(bytes.find(name.first), 4, name.second);
+    return bytes;
+}
 
 /// One line that begins with `first` and has these words in it.
 void expectRefused(Words const& command, int exit, std::string const& first,
@@ -41,8 +63,9 @@ TEST(Refusal, EveryBadFileGetsOneLineThatSaysWhy)
         {"floats.wav", wave(kPcm, 44100, 2, 16, 3), "floating-point"},
         {"law.wav", wave(kPcm, 44100, 2, 16, 6), "A-law"},
         {"mute.wav", wave(kPcm, 44100, 0), "plays 8, 16, 24 and 32 bits"},
-        {"song.mp3", noise(9000), "not built in"},
-        {"plain.aac", "\xFF\xF1\x50\x80\x02\x1F\xFC" + noise(9000), "not built in"},
+        {"song.wma", noise(9000), "not built in"},
+        {"noise.mp3", noise(9000), "mp3 decoder does not understand it"},
+        {"noise.aac", noise(9000), "aac decoder does not understand it"},
         {"noise.flac", noise(9000), "flac decoder does not understand it"},
         {"noise.ogg", noise(9000), "ogg decoder does not understand it"},
         {"noise.aacp", noise(9000), "he-aac decoder does not understand it"},
@@ -52,6 +75,16 @@ TEST(Refusal, EveryBadFileGetsOneLineThatSaysWhy)
          "needs at least 8192 bytes"},
         {"opus.ogg", "OggS" + std::string(24, '\0') + "OpusHead", "without Vorbis"},
         {"wave.flac", kGood, "-f wav"},
+        {"aac.mp3", dataFile("lc-mono.aac"), "holds aac, not mp3; play it with -f aac"},
+        {"mp3.aac", dataFile("cbr.mp3"), "holds mp3, not aac; play it with -f mp3"},
+        {"tag.mp3", "ID3\3\0\0\0\1\0\0"s + noise(9000), "nothing stands behind its tag"},
+        {"five-one.aac", dataFile("lc-surround.aac"), "only mono and stereo"},
+        {"7350.aac", repeated("\xFF\xF1\x70\x40\x01\x7F\xFC\0\0\0\7"s, 20), "7350 Hz"},
+        {"cut.m4a", dataFile("lc-mono.m4a").substr(0, 900), "(moov)"},
+        {"lossless.m4a", m4aWith({{"mp4a", "alac"}}), "without AAC (it holds alac)"},
+        {"locked.m4a", m4aWith({{"mp4a", "enca"}}), "encrypted"},
+        {"pieces.m4a", m4aWith({{"stsz", "free"}, {"udta", "mvex"}}), "in fragments"},
+        {"broken.m4a", m4aWith({{"stsz", "free"}}), "is damaged"},
     };
     for (auto const& file : files) {
         std::string const path = writeFile(file.name, file.bytes);
@@ -65,6 +98,13 @@ TEST(Refusal, AStartThatCannotBeReachedIsToldBeforeAnythingPlays)
     for (std::string const name : {"tune.ogg", "tune-he.aac"})
         expectRefused({"--start", "0:02", "-o", "raw:-", kSamples + name}, 1, kSamples + name,
                       "plays from the beginning only");
+    std::string const adts = AVR_TEST_DATA "/lc-mono.aac";
+    expectRefused({"--start", "0:01", "-o", "raw:-", adts}, 1, adts, "only MP4 files can be");
+    std::string const pipe = testFile("pipe.mp3");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0666), 0);
+    std::thread writer([&] { store(pipe, dataFile("cbr.mp3")); });
+    expectRefused({"--start", "0:01", "-o", "raw:-", pipe}, 1, pipe, "cannot be positioned");
+    writer.join();
     expectRefused({"--start", "0:04", "-o", "raw:-", kSamples + "tune.flac"}, 1,
                   kSamples + "tune.flac", "it ends before");
 }

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+
+namespace avr { namespace player {
+
+/// Whether a file that begins so is an MP4 file to the AAC decoder.
+bool isMp4(std::string const& head);
+
+/// One line: why the AAC decoder does not play this file, and what to do. Empty when that is not
+/// to be seen.
+/// @param head  the file's first bytes; the rest is read where it tells more
+std::string aacComplaint(std::string const& path, std::string const& head);
+
+}} // namespace avr::player
