@@ -1,5 +1,5 @@
-// Encodes 16-bit WAVE files as AAC or HE-AAC in an ADTS stream, with FDK AAC. Built and run by
-// make-samples.
+// Encodes 16-bit WAVE files as AAC or HE-AAC in an ADTS or ADIF stream, with FDK AAC. Built and run
+// by make-samples.
 #include <fdk-aac/aacenc_lib.h>
 
 #include <algorithm>
@@ -75,7 +75,16 @@ void check(AACENC_ERROR error, const char* what)
 
 using Encoder = std::unique_ptr<AACENCODER, void (*)(HANDLE_AACENCODER)>;
 
-Encoder openEncoder(Pcm const& pcm, UINT bitRate, UINT objectType)
+/// As the file's name says.
+TRANSPORT_TYPE transportOf(std::string const& path)
+{
+    const std::string ending = ".adif";
+    const bool isAdif = path.size() >= ending.size() &&
+                        path.compare(path.size() - ending.size(), ending.size(), ending) == 0;
+    return isAdif ? TT_MP4_ADIF : TT_MP4_ADTS;
+}
+
+Encoder openEncoder(Pcm const& pcm, UINT bitRate, UINT objectType, TRANSPORT_TYPE transport)
 {
     HANDLE_AACENCODER handle = nullptr;
     check(aacEncOpen(&handle, 0, pcm.channels), "open");
@@ -85,7 +94,7 @@ Encoder openEncoder(Pcm const& pcm, UINT bitRate, UINT objectType)
         {AACENC_SAMPLERATE, pcm.rate},
         {AACENC_CHANNELMODE, pcm.channels == 6 ? UINT(MODE_1_2_2_1) : pcm.channels},
         {AACENC_BITRATE, bitRate},
-        {AACENC_TRANSMUX, TT_MP4_ADTS}};
+        {AACENC_TRANSMUX, static_cast<UINT>(transport)}};
     for (auto const& setting : settings)
         check(aacEncoder_SetParam(handle, setting.first, setting.second), "setting");
     check(aacEncEncode(handle, nullptr, nullptr, nullptr, nullptr), "settings");
@@ -123,14 +132,15 @@ int main(int argc, char** argv)
 try {
     if (argc != 5 && argc != 6) {
         std::cerr << "usage: encode-he-aac INPUT.wav OUTPUT BITRATE 2|5|29 [CHANNELS]\n"
-                     "2 = LC, 5 = HE, 29 = HE v2\n";
+                     "2 = LC, 5 = HE, 29 = HE v2; ADTS, or ADIF when OUTPUT ends in .adif\n";
         return 2;
     }
     Pcm pcm = readWave(argv[1]);
     if (argc == 6)
         pcm = withChannels(pcm, static_cast<UINT>(std::stoul(argv[5])));
     const auto bitRate = static_cast<UINT>(std::stoul(argv[3]));
-    const Encoder encoder = openEncoder(pcm, bitRate, static_cast<UINT>(std::stoul(argv[4])));
+    const auto objectType = static_cast<UINT>(std::stoul(argv[4]));
+    const Encoder encoder = openEncoder(pcm, bitRate, objectType, transportOf(argv[2]));
     const std::string stream = encode(encoder.get(), pcm);
     std::ofstream file(argv[2], std::ios::binary);
     if (!file.write(stream.data(), static_cast<std::streamsize>(stream.size())).flush())
