@@ -1,24 +1,16 @@
-// What the library costs beside the codec libraries: CPU time of a whole run to a null callback
-// beside a minimal loop over the same codec library, and the peak memory of both. Measured in turn
-// in one process, the best of several rounds counts. bench/make-inputs makes the files.
-#include "DecoderRun.h"
-#include "Measure.h"
+// What the library costs beside libFLAC, Tremor and FDK AAC: CodecRows.h says how it is measured.
+#include "CodecRows.h"
 
 #include <FLAC/stream_decoder.h>
 #include <fdk-aac/aacdecoder_lib.h>
 #include <tremor/ivorbisfile.h>
 
-#include <algorithm>
-#include <functional>
-#include <string>
 #include <time.h>
 #include <vector>
 
 using namespace avr::bench;
 
 namespace {
-
-constexpr int Rounds = 9;
 
 FLAC__StreamDecoderWriteStatus drop(const FLAC__StreamDecoder*, const FLAC__Frame*,
                                     const FLAC__int32* const* channels, void*)
@@ -77,44 +69,11 @@ void loopOverHeAac(std::string const& path)
     aacDecoder_Close(decoder);
 }
 
-struct Row {
-    const char* format;
-    const char* file;
-    void (*loop)(std::string const& path);
-};
-
 constexpr Row Rows[] = {{"flac", "tune-16-44.flac", loopOverFlac},
                         {"flac", "tune-24-96.flac", loopOverFlac},
                         {"ogg", "tune.ogg", loopOverVorbis},
-                        {"he-aac", "tune.aac", loopOverHeAac}};
-
-void compare(std::FILE* out, Row const& row, std::string const& path)
-{
-    auto const run = [&] { playThroughEngine(row.format, path); };
-    auto const loop = [&] { row.loop(path); };
-    // Before anything plays here: a fork has one thread.
-    long const runPeak = peakKilobytes([&] { Avr::Decoder::InitDecoder(), run(); });
-    long const loopPeak = peakKilobytes(loop);
-    double runTime = 1e9, loopTime = 1e9;
-    Avr::Decoder::InitDecoder();
-    for (int round = 0; round < Rounds; ++round) {
-        loopTime = std::min(loopTime, cpuOf(loop));
-        runTime = std::min(runTime, cpuOf(run));
-    }
-    std::fprintf(out, "%-16s run %7.1f ms CPU, loop %7.1f ms: %.3fx; peak %ld KiB, loop %ld KiB\n",
-                 row.file, runTime * 1e3, loopTime * 1e3, runTime / loopTime, runPeak, loopPeak);
-}
+                        {"he-aac", "tune-he.aac", loopOverHeAac}};
 
 } // namespace
 
-int main(int argc, char** argv)
-{
-    if (argc != 2 || argv[1][0] == '-') {
-        std::puts("usage: bench_codecs DIRECTORY, with what bench/make-inputs made there");
-        return 2;
-    }
-    std::FILE* const out = quietOutput();
-    for (Row const& row : Rows)
-        compare(out, row, std::string(argv[1]) + '/' + row.file);
-    return 0;
-}
+int main(int argc, char** argv) { return compareRows(Rows, argc, argv); }
