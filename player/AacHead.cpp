@@ -2,13 +2,26 @@
 
 #include "AdtsFrame.h"
 #include "Mp4Atoms.h"
+#include "platform/codecs/vmp4.h"
 
-#include <cstdint>
 #include <fstream>
 
 namespace avr { namespace player {
 
 namespace {
+
+unsigned int readFile(void* to, unsigned int elementSize, unsigned int count, void* file)
+{
+    auto& stream = *static_cast<std::ifstream*>(file);
+    return stream.read(static_cast<char*>(to), std::streamsize{elementSize} * count)
+               ? elementSize * count
+               : 0;
+}
+
+int seekFile(void* file, long offset, int)
+{
+    return static_cast<std::ifstream*>(file)->seekg(offset) ? 0 : -1;
+}
 
 /// What describes the tracks of an MP4 file; empty when that is missing or not whole.
 std::string readMoov(std::string const& path)
@@ -30,9 +43,10 @@ std::string trackTypes(std::string const& moov)
 {
     constexpr std::size_t TypeOffset = 16;
     constexpr std::size_t TypeBytes = 4;
+    constexpr std::size_t EnoughToRead = 40;
     std::string types;
     for (std::size_t at = 0; (at = moov.find("stsd", at)) != std::string::npos; ++at)
-        if (at + TypeOffset < moov.size())
+        if (at + TypeOffset < moov.size() && types.size() < EnoughToRead)
             types += (types.empty() ? "" : ", ") + moov.substr(at + TypeOffset, TypeBytes);
     return types;
 }
@@ -58,6 +72,18 @@ std::string mp4Complaint(std::string const& moov)
 } // namespace
 
 bool isMp4(std::string const& head) { return head.size() >= 8 && head.compare(4, 4, "ftyp") == 0; }
+
+std::uint32_t mp4CoreRate(std::string const& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    VMP4_Config const config = {readFile, seekFile, &file};
+    VMP4_Info info;
+    unsigned char state[VMP4_StateBytes];
+    if (VMP4_open(&config, &info, state) != 0)
+        return 0;
+    VMP4_close(state);
+    return info.samplingRate;
+}
 
 std::string aacComplaint(std::string const& path, std::string const& head)
 {

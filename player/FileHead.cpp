@@ -1,5 +1,7 @@
 #include "FileHead.h"
 
+#include "platform/Mp3TagParser.h"
+
 #include <cstdint>
 #include <fstream>
 
@@ -53,6 +55,12 @@ std::string readFileHead(std::string const& path)
     file.read(&head[0], static_cast<std::streamsize>(head.size()));
     head.resize(static_cast<std::size_t>(file.gcount()));
     return head;
+}
+
+unsigned int id3v2Bytes(std::string const& head)
+{
+    return CMp3TagParser(head.data(), static_cast<unsigned int>(head.size()), true, false, false)
+        .getID3v2HeaderSize();
 }
 
 WaveHead::WaveHead(std::string const& head) : m_size(head.size())

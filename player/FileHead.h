@@ -8,6 +8,9 @@ namespace avr { namespace player {
 /// else (reading a pipe would take the bytes away from the decoder).
 std::string readFileHead(std::string const& path);
 
+/// Bytes of the ID3v2 tag that a head begins with; 0 when there is none.
+unsigned int id3v2Bytes(std::string const& head);
+
 /// What a person should know about a file that the WAVE decoder does not play.
 struct WaveHead {
     explicit WaveHead(std::string const& head);

@@ -51,8 +51,9 @@ information:
 
 keys, when standard input is a terminal:
   space        pause, go on              n   next track
-  left, right  10 seconds back, ahead    p   from the start; in the first 3
-  q            quit                          seconds: previous track
+  left, right  10 seconds back, ahead,   p   from the start; in the first 3
+               where the format can          seconds: previous track
+  q            quit
 
 On a terminal one line shows state, elapsed time and duration, buffer fill and
 format; --:-- stands for a duration that is not known. Otherwise, and with -v or

@@ -135,7 +135,7 @@ void Session::begin()
     double const start = toSeconds(m_stage.options.start);
     double const duration = m_news.info.duration;
     // Decoders report whole seconds: up to one more may be there.
-    if (duration > 0 && start >= duration + 1)
+    if (duration > 0 && start >= duration + 1 && !m_news.info.durationIsGuess)
         return fail("ends at " + timeText(duration) + ", before --start " + timeText(start));
     m_started = true;
     m_track.start(m_stage.options.start);
@@ -166,7 +166,8 @@ void Session::seekBy(double seconds)
     if (!m_started || m_news.closed)
         return;
     double const target = m_track.elapsed() + seconds;
-    if (seconds > 0 && m_news.info.duration > 0 && target >= m_news.info.duration)
+    TrackInfo const& info = m_news.info;
+    if (seconds > 0 && info.duration > 0 && target >= info.duration && !info.durationIsGuess)
         m_end = TrackEnd::Next;
     else
         m_track.seek(toTimeSpec(target));

@@ -4,11 +4,11 @@
 #include "FileHead.h"
 #include "Text.h"
 
+#include "codec/CodecSupport.h"
 #include "decoder/DecoderFactory.h"
 #include "decoder/IDecoderCallback.h"
 #include "mime/MimeNames.h"
 #include "platform/MimeTable.h"
-#include "platform/Mp3TagParser.h"
 #include "stream/FileStream.h"
 
 #include <boost/make_shared.hpp>
@@ -93,12 +93,20 @@ bool chooseDecoder(Source& source, std::string& error)
 
 std::string mp3Complaint(std::string const& head, double length)
 {
-    unsigned int const tag =
-        CMp3TagParser(head.data(), static_cast<unsigned int>(head.size()), true, false, false)
-            .getID3v2HeaderSize();
+    unsigned int const tag = id3v2Bytes(head);
     if (tag != 0 && tag >= length)
         return "nothing stands behind its tag (ID3v2): cut off, or without audio; get a complete "
                "copy";
+    auto const byte = [&](std::size_t at) {
+        return tag + at < head.size() ? static_cast<unsigned char>(head[tag + at]) : 0u;
+    };
+    if (byte(0) != 0xFF || (byte(1) & 0xE0) != 0xE0)
+        return {};
+    constexpr unsigned int Layer = 6, LayerIII = 2, BitRate = 0xF0;
+    if ((byte(1) & Layer) > LayerIII)
+        return "MPEG audio of another layer than III; convert it";
+    if ((byte(1) & Layer) == LayerIII && (byte(2) & BitRate) == 0)
+        return "MP3 of free format, which tells no bit rate; convert it";
     return {};
 }
 
@@ -171,11 +179,17 @@ std::string explainFailure(Source const& source, int event, bool known)
     bool const builtIn = Avr::Decoder::LookupFromFormat(content) != nullptr;
     if (builtIn && source.format.compare(0, content.size(), content) != 0)
         return "holds " + content + ", not " + source.format + "; play it with -f " + content;
+    std::string const missing = host::missingCodecs();
+    if (!missing.empty())
+        return "the codec for " + source.format + " cannot be loaded: " + missing;
     std::string const complaint = head.empty() ? std::string() : formatComplaint(source, head);
     if (!complaint.empty())
         return complaint;
     if (event == kiv::appli::EventRunFailed)
         return "cannot be opened";
+    if (source.format == "aac" && !source.canSeek())
+        return "the aac decoder does not understand it: damaged, of another format, or an MP4 file "
+               "whose table of contents (moov) stands behind the audio, out of a pipe's reach";
     return "the " + source.format +
            " decoder does not understand it: damaged, or of another format (name it with -f)";
 }

@@ -56,10 +56,11 @@ bool Track::canReach(TimeSpec const& position) const
 void Track::seek(TimeSpec const& position)
 {
     if (canReach(position))
-        m_seeker.request({position.seconds, news().info.wholeSeconds ? 0 : position.nanoseconds});
+        m_seeker.request(news().info.time.from(position));
 }
 
-/// @return whether the decoder has moved
+/// @param position  as the decoder counts
+/// @return whether it has moved
 bool Track::moveTo(TimeSpec const& position)
 {
     if (m_source.decoder->Seek(position) != 0)
@@ -115,7 +116,8 @@ TrackNews Track::news() const
 double Track::elapsed() const
 {
     std::optional<TimeSpec> const target = m_seeker.target();
-    return target ? toSeconds(*target) : m_clock.seconds(m_device->bytesTaken());
+    return target ? toSeconds(news().info.time.toTrack(*target))
+                  : m_clock.seconds(m_device->bytesTaken());
 }
 
 int Track::OnSample(const void* pcm, unsigned int bytes, TimeSpec*)
@@ -154,7 +156,8 @@ int Track::OnEvent(int event, void* data, unsigned int size)
         onOpened(*static_cast<DecoderStreamInfo*>(data));
     else if (event == EventPosition && m_device) {
         m_device->discard();
-        m_clock.dropped(m_device->bytesTaken(), *static_cast<TimeSpec*>(data));
+        m_clock.dropped(m_device->bytesTaken(),
+                        news().info.time.toTrack(*static_cast<TimeSpec*>(data)));
     } else
         note(event, data);
     m_wakeup.post();
@@ -229,9 +232,21 @@ TrackInfo Track::describe(DecoderStreamInfo const& streamInfo, std::string& erro
     m_source.decoder->GetWaveFormat(format);
     if (std::string const complaint = takeRecords(streamInfo, format, info); !complaint.empty())
         error = complaint;
-    if (streamInfo.codecId == CodecAac && !isMp4(readFileHead(m_source.path)))
-        info.lastPosition = 0;
+    if (streamInfo.codecId == CodecMp3 && info.bitRate > 0) // it counts from the file's first byte
+        info.time.offset = id3v2Bytes(readFileHead(m_source.path)) * 8 / info.bitRate;
+    if (streamInfo.codecId == CodecAac)
+        describeAac(info);
     return info;
+}
+
+/// Only MP4 files seek. The decoder counts their frames as if they had the rate that it delivers.
+void Track::describeAac(TrackInfo& info) const
+{
+    std::uint32_t const rate = isMp4(readFileHead(m_source.path)) ? mp4CoreRate(m_source.path) : 0;
+    if (rate == 0 || info.pcm.rate == 0)
+        info.lastPosition = 0;
+    else
+        info.time.scale = double(rate) / info.pcm.rate;
 }
 
 std::string Track::prepareOutput(TrackInfo const& info)

@@ -64,6 +64,7 @@ private:
     void note(int event, const void* data);
     bool setHeaderlessFormat();
     TrackInfo describe(kiv::appli::DecoderStreamInfo const& info, std::string& error) const;
+    void describeAac(TrackInfo& info) const;
     std::string prepareOutput(TrackInfo const& info);
     const void* fullScale(const void* pcm, unsigned int bytes);
     bool canReach(kiv::appli::TimeSpec const& position) const;

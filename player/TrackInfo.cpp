@@ -1,5 +1,7 @@
 #include "TrackInfo.h"
 
+#include "Text.h"
+
 #include <limits>
 
 namespace avr { namespace player {
@@ -73,6 +75,19 @@ std::string complaint(std::uint32_t codecId, TrackInfo const& info)
 
 } // namespace
 
+TimeSpec DecoderTime::from(TimeSpec const& track) const
+{
+    bool const same = scale == 1 && offset == 0;
+    TimeSpec const time = same ? track : toTimeSpec(toSeconds(track) * scale + offset);
+    return {time.seconds, wholeSeconds ? 0 : time.nanoseconds};
+}
+
+TimeSpec DecoderTime::toTrack(TimeSpec const& decoder) const
+{
+    bool const same = scale == 1 && offset == 0;
+    return same ? decoder : toTimeSpec((toSeconds(decoder) - offset) / scale);
+}
+
 double bytesPerSecond(host::PcmFormat const& pcm)
 {
     return double(pcm.rate) * double(pcm.frameBytes());
@@ -90,7 +105,8 @@ std::string takeRecords(DecoderStreamInfo const& streamInfo, tWAVEFORMAT const& 
     if (format.channels == 0 || format.samplesPerSecond == 0 || !takeWidth(codecId, format, info))
         return complaint(codecId, info);
     info.lastPosition = lastPosition(codecId, format, info.pcm);
-    info.wholeSeconds = codecId == CodecAac;
+    info.time.wholeSeconds = codecId == CodecAac;
+    info.durationIsGuess = codecId == CodecMp3; // by the bit rate of its first frame, mostly
     return {};
 }
 

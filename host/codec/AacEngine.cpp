@@ -35,10 +35,19 @@ constexpr unsigned int ProgramConfigId = 5; ///< of the elements in a block
 /// Each input is a block; the format is known beforehand.
 class Mp4Engine final : public AacEngine {
 public:
-    explicit Mp4Engine(CodecModule const& module) : AacEngine(module, Room) {}
+    Mp4Engine(CodecModule const& module, VAAC_Config const& track)
+        : AacEngine(module, Room), m_track(track)
+    {}
 
     bool begin(AacFormat const& format) { return configure(coreConfig(format)); }
 
+    bool restart(VAAC_Config const& config, int fileType) override
+    {
+        m_bytes = 0;
+        forgetFrames();
+        return fileType == VAAC_Mp4 && config.samplingRate == m_track.samplingRate &&
+               config.channels == m_track.channels;
+    }
     std::size_t roomBytes() const override { return Room; }
     bool wantsInput() const override { return m_bytes == 0; }
     void take(std::size_t bytes) override
@@ -55,6 +64,7 @@ public:
 
 private:
     static constexpr std::size_t Room = 16384; ///< a block of 16 channels needs 12288
+    VAAC_Config const m_track;
     std::size_t m_bytes = 0;
 };
 
@@ -64,6 +74,12 @@ public:
     explicit AdtsEngine(CodecModule const& module) : AacEngine(module, AdtsReader::MostFrameBytes)
     {}
 
+    bool restart(VAAC_Config const&, int fileType) override
+    {
+        m_blocks = 0;
+        forgetFrames();
+        return fileType == VAAC_Adts;
+    }
     std::size_t roomBytes() const override { return AdtsReader::MostFrameBytes; }
     bool wantsInput() const override { return m_blocks == 0; }
     void take(std::size_t bytes) override;
@@ -127,6 +143,7 @@ class AdifEngine final : public AacEngine {
 public:
     explicit AdifEngine(CodecModule const& module) : AacEngine(module, Window + Chunk) {}
 
+    bool restart(VAAC_Config const&, int) override { return false; }
     std::uint8_t* room() override;
     std::size_t roomBytes() const override { return Chunk; }
     bool wantsInput() const override { return m_wantsInput; }
@@ -210,7 +227,7 @@ std::unique_ptr<AacEngine> makeMp4Engine(CodecModule const& module, VAAC_Config 
     format.objectType = AacObjectLc;
     format.rateIndex = aacRateIndex(config.samplingRate);
     format.channels = std::min(config.channels, 7u); // which is the layout of 8
-    auto engine = std::make_unique<Mp4Engine>(module);
+    auto engine = std::make_unique<Mp4Engine>(module, config);
     bool const hasTrack = config.samplingRate != 0 || config.channels != 0;
     bool const canBeSaid =
         format.rateIndex < AacRates && format.channels != 0 && config.channels <= 8;

@@ -13,6 +13,11 @@ namespace avr { namespace host {
 class AacEngine {
 public:
     virtual ~AacEngine() = default;
+    /// Begins anew with the same config, if it can. It keeps its decoder, which is costly to make,
+    /// and what earlier input told of the format. @return false: another engine has to be made
+    virtual bool restart(VAAC_Config const& config, int fileType) = 0;
+    /// Whether the last block could not be decoded.
+    bool failed = false;
     AacEngine(AacEngine const&) = delete;
     AacEngine& operator=(AacEngine const&) = delete;
 
@@ -42,6 +47,11 @@ protected:
     /// Makes a decoder unless it is this one already.
     bool configure(std::vector<std::uint8_t> const& config);
     void clearInfo() { m_info = {}; }
+    void forgetFrames()
+    {
+        if (m_decoder)
+            m_decoder->reset();
+    }
     /// @return bytes of the block; 0 when it cannot be decoded
     std::size_t decodeBlock(const std::uint8_t* block, std::size_t bytes, std::int16_t* out);
 

@@ -1,8 +1,9 @@
 #include "CodecModule.h"
+#include "CodecSupport.h"
 #include "Mp4Module.h"
 
 #include <dlfcn.h>
-#include <string>
+#include <mutex>
 
 namespace avr { namespace host {
 
@@ -18,16 +19,38 @@ std::string neighbour(const char* fileName)
     return path.substr(0, path.find_last_of('/') + 1) + fileName;
 }
 
+/// Why modules could not be loaded.
+struct Missing {
+    std::mutex lock;
+    std::string text; ///< guarded by lock
+};
+Missing& missing()
+{
+    static Missing& instance = *new Missing; // nothing depends on the order of exits
+    return instance;
+}
+
 /// The module stays loaded: engines may use it at any time.
 void const* entry(const char* fileName, const char* name)
 {
     void* module = dlopen(neighbour(fileName).c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!module)
         module = dlopen(fileName, RTLD_NOW | RTLD_LOCAL);
-    return module ? dlsym(module, name) : nullptr;
+    if (module)
+        return dlsym(module, name);
+    const char* const reason = dlerror();
+    std::lock_guard<std::mutex> const guard(missing().lock);
+    missing().text = reason ? reason : fileName;
+    return nullptr;
 }
 
 } // namespace
+
+std::string missingCodecs()
+{
+    std::lock_guard<std::mutex> const guard(missing().lock);
+    return missing().text;
+}
 
 CodecModule const* codecModule()
 {

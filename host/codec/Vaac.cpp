@@ -16,6 +16,9 @@ constexpr int UndecodableFrame = 1;
 
 int VAAC_init(const VAAC_Config* config, int fileType, void* instance)
 {
+    auto const earlier = Engines::instance().get(instance);
+    if (earlier && config && earlier->failed && earlier->restart(*config, fileType))
+        return 0;
     std::shared_ptr<AacEngine> engine = config ? AacEngine::make(*config, fileType) : nullptr;
     bool const works = engine != nullptr;
     Engines::instance().put(instance, std::move(engine));
@@ -44,7 +47,8 @@ int VAAC_decode(void* instance, std::int16_t* pcm, void*)
     auto const engine = Engines::instance().get(instance);
     if (!engine)
         return VAAC_FatalError;
-    return engine->decode(pcm) ? 0 : UndecodableFrame;
+    engine->failed = !engine->decode(pcm);
+    return engine->failed ? UndecodableFrame : 0;
 }
 
 void VAAC_getInfo(void* instance, VAAC_StreamInfo* info)

@@ -8,7 +8,8 @@
 //
 // The caller owns every area; none has to be initialised before VAAC_init, and there is no call
 // that ends their use. The calls for one instance come from one thread at a time. An instance that
-// was never begun takes no input and gives fatal errors.
+// was never begun takes no input and gives fatal errors. The host has room for 64 of them: then the
+// one that was not used for the longest goes.
 extern "C" {
 
 constexpr unsigned int VAAC_InstanceBytes = 4096;

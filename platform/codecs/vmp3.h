@@ -9,6 +9,7 @@
 // The caller owns every area; none has to be initialised before VMP3_init, and there is no call
 // that ends their use: the codec keeps nothing of its own in them that would have to be released.
 // The calls for one data object come from one thread at a time; different objects are independent.
+// The host has room for 64 of them: then the one that was not used for the longest goes.
 extern "C" {
 
 constexpr unsigned int VMP3_InputBytes = 2048;     ///< of the input buffer
@@ -45,6 +46,7 @@ AVR_API int VMP3_init(void* instance, VMP3_InputDescriptor* descriptor, void* da
 /// Reads the next frame. Skips what is none: bytes in which there is no frame one by one, tags by
 /// their size. Once there was a frame, a tag is skipped in slices: each ends the call with 1, so
 /// that one call reads no more than some 100 KiB of it.
+/// After a failed read the next call looks for a frame anew, wherever the input goes on.
 /// @return 0, or 1 after a slice of a tag; other values: the input has ended, or there is no frame
 /// in
 ///         reach

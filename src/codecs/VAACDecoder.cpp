@@ -58,16 +58,19 @@ VAACDecoder::VAACDecoder()
     : m_areas(std::make_unique<Areas>()),
       m_source({[this](void* buf, unsigned int bytes) { return readInput(buf, bytes); },
                 [this](long offset, int origin) { return seekInput(offset, origin); }})
-{}
+{
+    m_reader.abandonWhen([this] { return isOvertaken(); });
+}
 
 VAACDecoder::~VAACDecoder() { Close(); }
 
 /// A seek that comes meanwhile ends the read, as what it brings is of two places.
 unsigned int VAACDecoder::readInput(void* buf, unsigned int bytes)
 {
-    unsigned int const seeks = m_seeks;
+    if (isOvertaken())
+        return 0;
     int const got = Read(buf, bytes);
-    return seeks == m_seeks ? static_cast<unsigned int>(got) : 0;
+    return isOvertaken() ? 0 : static_cast<unsigned int>(got);
 }
 
 int VAACDecoder::seekInput(long offset, int origin)
@@ -84,6 +87,7 @@ int VAACDecoder::seekInput(long offset, int origin)
 int VAACDecoder::openHook(StreamPtr stream)
 {
     m_frames = 0;
+    m_seeksSeen = m_seeks;
     SetBaseStream(stream);
     m_areas->config = {VAAC_getRandState, 0, 0};
     unsigned char head[HeadBytes];
@@ -212,13 +216,13 @@ int VAACDecoder::playFrames()
             DecoderLock lock(decoderLock());
             newPosition();
         }
-        unsigned int const seeks = m_seeks;
+        m_seeksSeen = m_seeks;
         switch (m_source.fetch(m_areas->instance)) {
         case AacFrameSource::Outcome::Failed:
             std::printf("Error in  getting  MP4 frame %d\n", m_source.error());
             return ErrorFailed;
         case AacFrameSource::Outcome::Ended:
-            if (IsDecoding() && seeks == m_seeks) // else a seek has ended the read
+            if (IsDecoding() && !isOvertaken()) // else a seek has ended the read
                 m_reader.putEofMark(*this);
             continue;
         case AacFrameSource::Outcome::Ready:
@@ -254,7 +258,7 @@ int VAACDecoder::playFrame()
     if (m_areas->info.samples == 0 || ++m_frames < FirstPlayed)
         return Ok;
     int const result = VAAC_writePcm();
-    if (result < 0)
+    if (result < 0 && IsDecoding()) // else it is a Close
         writeLine(std::cout, "ERROR of VAAC_writePcm : " + std::to_string(result));
     return result;
 }
@@ -280,11 +284,11 @@ int VAACDecoder::Seek(TimeSpec const& position)
     GetWaveFormat(format);
     std::uint64_t const seconds = position.seconds + position.nanoseconds / 1000000000;
     std::uint64_t const sample = seconds * format.samplesPerSecond / VAAC_FrameSamples;
-    auto const most = std::numeric_limits<std::uint32_t>::max();
+    std::uint64_t const most = std::numeric_limits<std::int32_t>::max(); // far from any wrap
     {
         DecoderLock lock(decoderLock());
         ++m_seeks;
-        m_source.moveTo(sample > most ? most : static_cast<std::uint32_t>(sample));
+        m_source.moveTo(static_cast<std::uint32_t>(std::min(sample, most)));
         repositioned();
     }
     TimeSpec reached = position;

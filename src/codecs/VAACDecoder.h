@@ -37,6 +37,7 @@ private:
     /// What the codec works in.
     struct Areas;
 
+    bool isOvertaken() const { return m_seeks != m_seeksSeen; }
     unsigned int readInput(void* buf, unsigned int bytes);
     int seekInput(long offset, int origin);
     bool initCodec();
@@ -56,6 +57,7 @@ private:
     unsigned int m_frames = 0; ///< with samples, the probe's included; decoding thread
     int m_initErrors = 0;      ///< since the last good frame
     std::atomic<unsigned int> m_seeks{0};
+    unsigned int m_seeksSeen = 0; ///< before the frame in progress was chosen; decoding thread
 };
 
 }} // namespace kiv::appli

@@ -44,6 +44,7 @@ int VMP3Decoder::openHook(StreamPtr stream)
     std::fprintf(stderr, "[VMP3Decoder::openHook] called\n");
     m_areas->samples = 0;
     m_readCount = 0;
+    m_seeked = false;
     m_headLeft = 0;
     if (m_areas->data)
         return ErrorFailed;
@@ -154,6 +155,8 @@ int VMP3Decoder::playFrames()
             return ErrorFailed;
         if (m_areas->samples > 0) {
             if (deliver() < 0) {
+                if (!IsDecoding()) // a Close, no refusal
+                    return Ok;
                 std::cerr << "On Sample Error!!\n" << std::endl;
                 return Ok;
             }
@@ -168,11 +171,12 @@ bool VMP3Decoder::fetch()
 {
     if (m_areas->needFetch == 0)
         return true;
-    m_seeked = false;
+    while (m_seeked.exchange(false))
+        lookAnew();
     SetReadLimit(true);
     int const result = VMP3_fetchFrame(m_areas->data.get());
     m_interruption.rethrow();
-    if (result != 0 && result != 1) {
+    if (result != 0 && result != 1 && !m_seeked) {
         if (IsOverLimit()) {
             std::fprintf(stderr, "VMP3_sfile:: over limit\n");
             return false;
@@ -185,12 +189,21 @@ bool VMP3Decoder::fetch()
     return true;
 }
 
+/// After a seek: a read that fails makes the codec look for a frame, and leave what it keeps of the
+/// frames and tags before.
+void VMP3Decoder::lookAnew()
+{
+    m_readsFail = true;
+    VMP3_fetchFrame(m_areas->data.get());
+    m_readsFail = false;
+}
+
 /// @return false after too many failures
 bool VMP3Decoder::decode()
 {
     m_areas->samples = 0;
     if (m_areas->needFetch != 0 && m_seeked)
-        return true; // the frame begins before the seek and ends after it
+        return true; // what was fetched is of before the seek, or cut by it
     int const error = VMP3_decode(m_areas->work, m_areas->instance, m_areas->pcm, &m_areas->samples,
                                   &m_areas->needFetch, m_areas->data.get());
     if (error == 0)

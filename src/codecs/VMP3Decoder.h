@@ -60,7 +60,10 @@ private:
     int probe();
     void describe(Stream& stream, unsigned int tagLength);
     int playFrames();
+    /// A seek came since the last frame, or since the codec was told so.
+    bool isOvertaken() const { return m_seeked || m_readsFail; }
     bool fetch();
+    void lookAnew();
     bool decode();
     int deliver();
 
@@ -74,6 +77,7 @@ private:
     int m_decodeErrors = 0;      ///< the same
     KeptInterruption m_interruption;
     std::atomic<std::uint32_t> m_bitRate{0};
+    bool m_readsFail = false;          ///< decoding thread
     std::atomic<bool> m_seeked{false}; ///< since the fetch in progress began
 };
 

@@ -58,10 +58,11 @@ unsigned int VMP3Decoder::readForCodec(void* destination, unsigned int elementSi
                                        unsigned int count, void* context)
 {
     auto* const self = static_cast<VMP3Decoder*>(context);
-    if (self == nullptr)
+    if (self == nullptr || self->isOvertaken())
         return 0;
-    return self->m_interruption.guard(0u,
-                                      [&] { return self->Read(destination, elementSize * count); });
+    unsigned int const got = self->m_interruption.guard(
+        0u, [&] { return self->Read(destination, elementSize * count); });
+    return self->isOvertaken() ? 0 : got;
 }
 
 int VMP3Decoder::skipID3V2Tag(unsigned int& tagLength)

@@ -19,6 +19,7 @@ namespace {
 constexpr int WaitsPerRead = 5;
 constexpr int ToleratedTimeouts = 2; ///< without any change of the fill
 constexpr Deadlines::Milliseconds WaitSlice(50);
+constexpr int Overtaken = -1; ///< no stream waits with this result
 
 /// A stream that throws has failed.
 int readOnce(BufferStream& stream, void* buf, unsigned int len, unsigned int& got)
@@ -89,6 +90,8 @@ int BufferedRead::waitOnce(DecoderImple& engine, BufferStream& stream)
         int const result = stream.WaitForReadable(slice, report);
         if (result != BufferStream::TimedOut || !engine.IsDecoding())
             return result;
+        if (m_overtaken && m_overtaken())
+            return Overtaken;
     }
     return BufferStream::TimedOut;
 }
@@ -103,7 +106,7 @@ bool BufferedRead::waitForData(DecoderImple& engine, const char* name, BufferStr
         int const result = waitOnce(engine, stream);
         if (result >= 0)
             return true;
-        if (!engine.IsDecoding())
+        if (!engine.IsDecoding() || result == Overtaken)
             return false;
         if (result != BufferStream::TimedOut) {
             std::fprintf(stderr, "[BufferReaderModule::%s] WaitForReadable error, %ld\n", name,

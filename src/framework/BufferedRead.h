@@ -3,6 +3,8 @@
 #include "platform/BufferStream.h"
 
 #include <atomic>
+#include <functional>
+#include <utility>
 
 namespace Avr { namespace Decoder {
 
@@ -29,6 +31,10 @@ public:
     /// Sizes the buffer (start threshold: half of it) and starts it; nothing without one.
     void startBuffering(unsigned int size);
 
+    /// For decoders whose seeks do not move the stream: a wait ends when this says so. Before the
+    /// first read; called on the decoding thread.
+    void abandonWhen(std::function<bool()> overtaken) { m_overtaken = std::move(overtaken); }
+
     /// Reads exactly len bytes, waiting for the buffer as needed and reporting its fill as event 8.
     /// The decoder lock is held around each read of the stream and not around a wait; when a seek
     /// comes between two reads, the block is begun anew.
@@ -47,6 +53,7 @@ private:
     int waitOnce(DecoderImple& engine, BufferStream& stream);
     bool waitForData(DecoderImple& engine, const char* name, BufferStream& stream);
 
+    std::function<bool()> m_overtaken;
     BufferStreamPtr m_stream; ///< by atomic load and store
     std::atomic<int> m_lastStatus{0};
 };

@@ -105,7 +105,8 @@ public:
     /// Whether an interruption may be thrown on: the decoding thread, before the run's end.
     bool mayBeInterrupted() const;
 
-    /// While a run is being opened, waits for the outcome and for event 2; not on the decoding thread.
+    /// While a run is being opened, waits for the outcome and for event 2; not on the decoding
+    /// thread.
     void waitForOpen();
 
     /// A seek in progress: the run cannot end, and no block is delivered, while it lives.

@@ -270,7 +270,7 @@ TEST_F(AacScript, SeeksInMp4CountSamplesOfTheDeliveredRate)
     struct {
         TimeSpec to;
         unsigned int sample;
-    } const cases[] = {{{9, 1999999999}, 430}, {{0, 999999999}, 0}, {{0xFFFFFFFF, 0}, 0xFFFFFFFF}};
+    } const cases[] = {{{9, 1999999999}, 430}, {{0, 999999999}, 0}, {{0xFFFFFFFF, 0}, 0x7FFFFFFF}};
     for (auto const& each : cases) {
         begin(Steps(3, Step{22050}), Mp4); // is delivered with 44100 Hz
         ASSERT_TRUE(callback.waitFor(2));

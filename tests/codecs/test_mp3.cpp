@@ -175,10 +175,16 @@ TEST_F(Mp3, BehindASeekNoMoreThanAFrameIsWrong)
     Mp3Stream::Pcm const pcm = samplesOf(playedOf(stereo));
     double const little = *std::max_element(pcm.begin(), pcm.end()) / 50.0;
     constexpr std::size_t Granule = 1152, before = 11 * Granule;
-    for (std::uint32_t byte = 0; byte < stereo.size() - 500; byte += 331) {
+    std::vector<std::uint32_t> places;
+    for (std::uint32_t byte = 0; byte < stereo.size() - 500; byte += 331)
+        places.push_back(byte);
+    for (std::uint32_t byte = 0; byte < stereo.size() - 500; // where frames begin, too
+         byte += avr::host::parseMp3Header(&stereo[byte])->bytes)
+        places.push_back(byte);
+    for (std::uint32_t byte : places) {
         callback.onSample = [&, blocks = 0]() mutable {
-            // after half a frame
-            return ++blocks == 11 ? decoder.Seek(TimeSpec{byte / 8000, byte % 8000 * 125000}) : 0;
+            TimeSpec const time{byte / 8000, byte % 8000 * 125000 + 50};
+            return ++blocks == 11 ? decoder.Seek(time) : 0; // after half a frame
         };
         open(stereo);
         play();
@@ -198,6 +204,24 @@ TEST_F(Mp3, BehindASeekNoMoreThanAFrameIsWrong)
         }
         EXPECT_LE(wrong, 2) << byte;
     }
+}
+
+TEST_F(Mp3, ATagThatWasBeingSkippedIsLeftByASeek)
+{
+    Bytes const pcm = playedOf(stereo);
+    Bytes const file = joined({stereo, id3v2(600000)});
+    callback.onEvent = [&, seeks = 0](int event) mutable {
+        if (event == EventBufferStatus && !callback.pcm().empty() && seeks++ == 0) {
+            EXPECT_EQ(Ok, decoder.Seek(0L));
+        }
+    };
+    Script script;
+    script.data = file;
+    script.retriesFrom = stereo.size() + 300000; // until it is positioned
+    open(script);
+    play();
+    EXPECT_EQ(1, callback.count(10));
+    EXPECT_GT(callback.pcm().size(), 2 * pcm.size() - 16 * 9216);
 }
 
 TEST_F(Mp3, ASeekFromTheEndPlaysOn)

@@ -109,6 +109,20 @@ TEST_F(Reading, GivesUpOnlyWhenTheFillStandsStill)
     EXPECT_EQ(3, times("[BufferReaderModule::Read] wait one more!\n"));
 }
 
+TEST_F(Reading, AWaitEndsWhenItsReadIsOvertaken)
+{
+    deadlines().readWait = std::chrono::hours(1);
+    Script dry;
+    dry.fault = Script::Fault::RetryForever;
+    reader.source().abandonWhen([asked = 0]() mutable { return ++asked == 3; });
+    run(dry, [&] {
+        char byte;
+        reader.SetBaseStreamEx(reader.currentStream());
+        EXPECT_EQ(0, reader.Read(&byte, 1));
+        EXPECT_TRUE(reader.IsDecoding());
+    });
+}
+
 TEST_F(Reading, AFailedStreamEndsThePlaybackButNotTheTestModes)
 {
     // A stream's own time-out is a failure like any other.

@@ -112,6 +112,12 @@ TEST(AacCodec, AdtsTakesItsChannelsFromAProgramInTheBlocks)
         append(file, frames[i]);
     AacPlay play(file);
     EXPECT_TRUE(play.all() == expected);
+    std::size_t const later = file.size() - frames.back().size();
+    std::fill(file.begin() + long(later) + 7, file.end(), std::uint8_t{0});
+    append(file, frames[1]); // behind a damaged frame the program still holds
+    AacPlay damaged(file);
+    EXPECT_EQ(expected.size(), damaged.all().size());
+    EXPECT_EQ(1, damaged.errors);
 }
 
 TEST(AacCodec, AdtsIsFoundAgainBehindWhatIsNoFrame)
@@ -225,6 +231,9 @@ TEST(AacCodec, Mp4GivesEverySampleWhereverTheHeadIs)
     AacPlay played(gap);
     EXPECT_EQ(expected.size() - 1024, played.all().size());
     EXPECT_EQ(1, played.errors);
+    // One place that cannot be reached says nothing of those before it.
+    AacPlay limited(file, true, find(file, "moov") - 1);
+    EXPECT_TRUE(limited.all() == expected);
     AacPlay piped(file, false);
     EXPECT_TRUE(piped.opened);
     EXPECT_TRUE(piped.all().empty());

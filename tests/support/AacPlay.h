@@ -14,8 +14,8 @@ namespace avr { namespace test {
 /// A file, and the codec as a decoder uses it. The caller's areas hold garbage.
 class AacPlay {
 public:
-    explicit AacPlay(Bytes content, bool seekable = true)
-        : file(std::move(content)), canSeek(seekable)
+    explicit AacPlay(Bytes content, bool seekable = true, std::size_t furthest = SIZE_MAX)
+        : file(std::move(content)), canSeek(seekable), furthestSeek(furthest)
     {
         type = file[0] == 'A' ? VAAC_Adif : file[4] == 'f' ? VAAC_Mp4 : VAAC_Adts;
         VMP2_Config const adts = {read, seek, this, frameBuffer, VMP2_FrameBytes};
@@ -71,7 +71,9 @@ public:
     }
 
     Bytes file;
-    bool canSeek, opened = false, begun = false;
+    bool canSeek;
+    std::size_t furthestSeek;
+    bool opened = false, begun = false;
     int type = 0, reads = 0, failed = 0, seeks = 0, errors = 0, fetched = 0;
     unsigned int index = 0, channels = 0;
     VMP4_Info track{};
@@ -94,8 +96,9 @@ private:
     {
         AacPlay& play = *static_cast<AacPlay*>(self);
         ++play.seeks;
-        play.at = play.canSeek ? std::size_t(offset) : play.at;
-        return play.canSeek ? 0 : -1;
+        bool const moves = play.canSeek && std::size_t(offset) <= play.furthestSeek;
+        play.at = moves ? std::size_t(offset) : play.at;
+        return moves ? 0 : -1;
     }
 
     std::size_t at = 0;

@@ -14,7 +14,7 @@ bool parseAdtsHeader(const std::uint8_t* bytes, AdtsHeader& header)
     header.format.objectType = (bytes[2] >> 6) + 1u;
     header.format.rateIndex = bytes[2] >> 2 & 15u;
     header.format.channels = (bytes[2] & 1u) << 2 | bytes[3] >> 6;
-    header.frameBytes = (bytes[3] & 3u) << 11 | bytes[4] << 3 | bytes[5] >> 5;
+    header.frameBytes = (bytes[3] & 3u) << 11 | bytes[4] * 8u | bytes[5] >> 5;
     header.blocks = (bytes[6] & 3u) + 1;
     // With a CRC the places of all blocks but the first stand in front of it.
     header.headerBytes = AdtsHeader::FixedBytes + (hasCrc ? header.blocks * std::size_t{2} : 0);

@@ -109,6 +109,8 @@ private:
     bool countSamples(const std::uint8_t* table, std::size_t size);
 
     static constexpr int DeepestAtom = 10;
+    static constexpr int MostTracks = 100;
+    int m_tracks = 0;
     std::uint64_t m_samples = 0;
 };
 
@@ -139,6 +141,8 @@ bool Reducer::reduceAtom(std::uint8_t* atom, std::size_t size, int depth)
         std::memset(atom + AtomHeader, 0, size - AtomHeader);
         return true;
     }
+    if (type == name("trak") && ++m_tracks > MostTracks)
+        return false;
     if (type == name("stsd"))
         std::memset(atom + VersionAt, 0, 4); // of which the meaning of QuickTime's versions depends
     return children != 0 ? reduce(atom + children, size - children, depth + 1)
@@ -164,10 +168,12 @@ bool Reducer::countSamples(const std::uint8_t* table, std::size_t size)
 {
     if (size < SampleCountAt + 4)
         return false;
+    constexpr std::uint32_t MostOfOneSize = 65536; // no encoder of AAC makes any
     std::uint32_t const samples = number(table + SampleCountAt);
     m_samples += samples;
     return m_samples <= MostMp4Samples &&
-           (number(table + SampleSizeAt) != 0 || samples <= (size - SampleCountAt - 4) / 4);
+           samples <=
+               (number(table + SampleSizeAt) != 0 ? MostOfOneSize : (size - SampleCountAt - 4) / 4);
 }
 
 } // namespace
@@ -186,11 +192,12 @@ bool Mp4Input::moveTo(std::uint64_t position)
     bool const forward = position >= m_position;
     if (forward && position - m_position <= ShortGap)
         return readOver(position - m_position);
-    m_canSeek = m_canSeek && m_seek(position);
-    if (!m_canSeek)
-        return forward && readOver(position - m_position);
-    m_position = position;
-    return true;
+    if (position < m_refused && m_seek(position)) {
+        m_position = position;
+        return true;
+    }
+    m_refused = std::min(m_refused, position);
+    return forward && readOver(position - m_position);
 }
 
 bool Mp4Input::readOver(std::uint64_t bytes)

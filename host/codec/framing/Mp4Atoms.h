@@ -30,8 +30,8 @@ private:
 
     Read m_read;
     Seek m_seek;
-    std::uint64_t m_position = 0; ///< Unknown after a failed read
-    bool m_canSeek = true;        ///< as far as it is known
+    std::uint64_t m_position = 0;      ///< Unknown after a failed read
+    std::uint64_t m_refused = Unknown; ///< the lowest place that could not be sought
 };
 
 constexpr std::uint32_t MostMp4HeadBytes = 1u << 24;
@@ -43,7 +43,7 @@ std::vector<std::uint8_t> readMp4Head(Mp4Input& input);
 
 /// Leaves in a head only what describes AAC tracks; everything else becomes free space, in place.
 /// @return false when a table claims more entries than it has, or there are more than
-///         MostMp4Samples
+///         MostMp4Samples, or a hundred tracks
 bool reduceMp4Head(std::vector<std::uint8_t>& head);
 
 }} // namespace avr::host
