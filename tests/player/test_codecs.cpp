@@ -156,6 +156,16 @@ TEST(Codecs, Mp3AndMp4BeginWhereTheyAreTold)
     ASSERT_GT(rest.size(), SameBytes);
     EXPECT_NEAR(double(whole.size() - rest.size()) / 352800, 0.5, 0.1);
     EXPECT_TRUE(rest.substr(rest.size() - SameBytes) == whole.substr(whole.size() - SameBytes));
+    // Behind a tag, which the decoder counts as audio.
+    std::string const tag = std::string("ID3\4\0\0\0\7\0\0", 10) + std::string(7 * 16384, 'c');
+    std::string const covered = writeFile("covered.mp3", tag + contentOf(mp3));
+    EXPECT_TRUE(play({"-q", "-o", "raw:-", "--start", "0.5", covered}).out == rest);
+
+    // Of 22050 Hz: 86 frames are delivered, of twice the length.
+    std::string const low = data("he-v2.m4a");
+    std::size_t const lowAll = play({"-q", "-o", "raw:-", low}).out.size();
+    EXPECT_EQ(play({"-q", "-o", "raw:-", "--start", "2", low}).out.size(),
+              lowAll - 42 * 2 * FrameBytes);
 }
 
 TEST(Codecs, KeysSeekInMp3)

@@ -78,6 +78,8 @@ TEST(Refusal, EveryBadFileGetsOneLineThatSaysWhy)
         {"aac.mp3", dataFile("lc-mono.aac"), "holds aac, not mp3; play it with -f aac"},
         {"mp3.aac", dataFile("cbr.mp3"), "holds mp3, not aac; play it with -f mp3"},
         {"tag.mp3", "ID3\3\0\0\0\1\0\0"s + noise(9000), "nothing stands behind its tag"},
+        {"free.mp3", "\xFF\xFB\x00\x40"s + std::string(9000, 'U'), "of free format"},
+        {"layer2.mp3", repeated("\xFF\xFD\x84\x40"s + std::string(413, 'U'), 30), "another layer"},
         {"five-one.aac", dataFile("lc-surround.aac"), "only mono and stereo"},
         {"7350.aac", repeated("\xFF\xF1\x70\x40\x01\x7F\xFC\0\0\0\7"s, 20), "7350 Hz"},
         {"cut.m4a", dataFile("lc-mono.m4a").substr(0, 900), "(moov)"},
