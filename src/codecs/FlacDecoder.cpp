@@ -112,8 +112,7 @@ int FlacDecoder::Seek(TimeSpec const& position)
         return ErrorFailed;
     if (!reposition(position))
         return ErrorNotSupported;
-    TimeSpec reached = position;
-    SendEvent(EventPosition, &reached, sizeof reached);
+    SendPosition(position);
     return Ok;
 }
 

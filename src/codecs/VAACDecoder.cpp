@@ -291,16 +291,13 @@ int VAACDecoder::Seek(TimeSpec const& position)
         m_source.moveTo(static_cast<std::uint32_t>(std::min(sample, most)));
         repositioned();
     }
-    TimeSpec reached = position;
-    SendEvent(EventPosition, &reached, sizeof reached);
+    SendPosition(position);
     return Ok;
 }
 
 int VAACDecoder::GetProperty(smart_enum<DecoderPropTypeBase> type, std::string& value)
 {
-    tWAVEFORMAT format;
-    GetWaveFormat(format);
-    return answerProperty(type, format, "aac", value);
+    return answerProperty(type, *this, "aac", value);
 }
 
 void VAACDecoder::closeHook()

@@ -264,9 +264,7 @@ int VHEAACDecoder::Seek(TimeSpec const&)
 
 int VHEAACDecoder::GetProperty(smart_enum<DecoderPropTypeBase> type, std::string& value)
 {
-    tWAVEFORMAT format;
-    GetWaveFormat(format);
-    return answerProperty(type, format, "aac", value);
+    return answerProperty(type, *this, "aac", value);
 }
 
 void VHEAACDecoder::closeHook()

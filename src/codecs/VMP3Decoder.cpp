@@ -247,16 +247,13 @@ int VMP3Decoder::Seek(TimeSpec const& position)
         if (seekBufferedByte(*this, m_reader.stream().get(), offset) == Ok)
             m_seeked = true;
     }
-    TimeSpec reached = position;
-    SendEvent(EventPosition, &reached, sizeof reached);
+    SendPosition(position);
     return Ok;
 }
 
 int VMP3Decoder::GetProperty(smart_enum<DecoderPropTypeBase> type, std::string& value)
 {
-    tWAVEFORMAT format;
-    GetWaveFormat(format);
-    return answerProperty(type, format, "mp3", value);
+    return answerProperty(type, *this, "mp3", value);
 }
 
 void VMP3Decoder::closeHook()

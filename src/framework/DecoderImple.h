@@ -89,6 +89,11 @@ public:
     bool hasCallback() const;
     /// Sends one event, unless a Close is in progress or there is no callback.
     void SendEvent(int event, void* data = nullptr, unsigned int size = 0);
+    /// Sends event 10: a seek has moved the position.
+    void SendPosition(TimeSpec position)
+    {
+        SendEvent(kiv::appli::EventPosition, &position, sizeof position);
+    }
 
     /// Held around every read and seek of the input, never around a callback.
     boost::recursive_mutex& decoderLock() { return m_decoderLock; }

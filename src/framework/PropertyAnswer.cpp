@@ -1,5 +1,6 @@
 #include "PropertyAnswer.h"
 
+#include "DecoderImple.h"
 #include "decoder/Result.h"
 
 namespace Avr { namespace Decoder {
@@ -28,6 +29,13 @@ int answerProperty(int type, tWAVEFORMAT const& format, const char* codecName, s
         value.clear();
         return ErrorFailed;
     }
+}
+
+int answerProperty(int type, DecoderImple const& engine, const char* codecName, std::string& value)
+{
+    tWAVEFORMAT format;
+    engine.GetWaveFormat(format);
+    return answerProperty(type, format, codecName, value);
 }
 
 }} // namespace Avr::Decoder

@@ -173,10 +173,8 @@ int LpcmDecoder::Seek(TimeSpec const& position)
     if (!seek || !stream)
         return ErrorFailed;
     int const result = reposition(*stream, position);
-    if (result >= 0) {
-        TimeSpec reached = position;
-        SendEvent(EventPosition, &reached, sizeof reached);
-    }
+    if (result >= 0)
+        SendPosition(position);
     return result;
 }
 

@@ -194,10 +194,8 @@ int WaveDecoderCore<Leaf>::Seek(TimeSpec const& position)
     } else if (capabilities & Avr::Interface::IReadableStream::CanSeekTime) {
         result = buffered ? seekTime(*this, *buffered, toSeconds(position)) : ErrorFailed;
     }
-    if (result >= 0) {
-        TimeSpec reached = position;
-        this->SendEvent(EventPosition, &reached, sizeof reached);
-    }
+    if (result >= 0)
+        this->SendPosition(position);
     return result;
 }
 

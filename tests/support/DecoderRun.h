@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FakeSoundDevice.h"
+#include "LogCapture.h"
 #include "RecordingCallback.h"
 #include "Samples.h"
 #include "decoder/IDecoder.h"
@@ -53,6 +54,16 @@ protected:
         EXPECT_EQ(kiv::appli::DecoderStateBase::Closed, state);
         EXPECT_FALSE(stream->contractBroken());
         EXPECT_LT(stream->IsOpened(), 0);
+    }
+
+    /// The open fails, with this in the log.
+    void expectRefused(Bytes const& data, const char* text)
+    {
+        LogCapture log;
+        open(data);
+        expectOneRun();
+        EXPECT_EQ((std::vector<int>{11, 1}), callback.events()) << text;
+        EXPECT_TRUE(log.has(text)) << text << log.text();
     }
 
     RecordingCallback callback;
