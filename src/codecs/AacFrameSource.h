@@ -49,7 +49,7 @@ private:
     static int seekFor(void* context, long offset, int origin);
 
     Reading const m_reading;
-    KeptInterruption m_interruption;
+    Avr::Decoder::KeptInterruption m_interruption;
     std::atomic<int> m_type{Closed};
     std::atomic<std::uint32_t> m_sample{0};
     std::int16_t m_track = 0;

@@ -75,7 +75,7 @@ private:
     unsigned int m_headLeft = 0; ///< of m_head, to be given again
     int m_fetchErrors = 0;       ///< since the last block
     int m_decodeErrors = 0;      ///< the same
-    KeptInterruption m_interruption;
+    Avr::Decoder::KeptInterruption m_interruption;
     std::atomic<std::uint32_t> m_bitRate{0};
     bool m_readsFail = false;          ///< decoding thread
     std::atomic<bool> m_seeked{false}; ///< since the fetch in progress began

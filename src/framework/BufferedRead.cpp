@@ -64,6 +64,8 @@ BufferedRead::Outcome BufferedRead::fill(DecoderImple& engine, const char* name,
         int result = Ok;
         {
             DecoderLock lock(engine.decoderLock());
+            if (isOvertaken())
+                break;
             if (engine.newPosition())
                 done = 0;
             result = readOnce(*stream, static_cast<char*>(buf) + done, len - done, got);
@@ -90,7 +92,7 @@ int BufferedRead::waitOnce(DecoderImple& engine, BufferStream& stream)
         int const result = stream.WaitForReadable(slice, report);
         if (result != BufferStream::TimedOut || !engine.IsDecoding())
             return result;
-        if (m_overtaken && m_overtaken())
+        if (isOvertaken())
             return Overtaken;
     }
     return BufferStream::TimedOut;

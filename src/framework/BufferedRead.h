@@ -31,7 +31,7 @@ public:
     /// Sizes the buffer (start threshold: half of it) and starts it; nothing without one.
     void startBuffering(unsigned int size);
 
-    /// For decoders whose seeks do not move the stream: a wait ends when this says so. Before the
+    /// For decoders whose seeks do not move the stream: a read ends when this says so. Before the
     /// first read; called on the decoding thread.
     void abandonWhen(std::function<bool()> overtaken) { m_overtaken = std::move(overtaken); }
 
@@ -50,6 +50,7 @@ public:
     void bufferStatus(DecoderImple& engine, int percent);
 
 private:
+    bool isOvertaken() const { return m_overtaken && m_overtaken(); }
     int waitOnce(DecoderImple& engine, BufferStream& stream);
     bool waitForData(DecoderImple& engine, const char* name, BufferStream& stream);
 

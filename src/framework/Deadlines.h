@@ -15,6 +15,7 @@ struct Deadlines {
     Milliseconds pauseReport{10000}; ///< event 5 is repeated
     Milliseconds readWait{7500};     ///< one wait for buffered data
     Milliseconds libraryWait{5000};  ///< one wait for the data of FLAC and Ogg Vorbis
+    Milliseconds parseWait{4000};    ///< WMA: for the first kind's word on a file
     Milliseconds endPoll{20};        ///< the sound device is asked again whether it has finished
     Milliseconds pausedPoll{1000};   ///< the same while paused
     Milliseconds retryPause{5};      ///< an unbuffered stream is asked again

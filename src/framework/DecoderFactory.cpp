@@ -19,6 +19,8 @@ kiv::appli::IDecoder* find(boost::unordered_map<std::string, kiv::appli::IDecode
     return found == map.end() ? nullptr : found->second;
 }
 
+void (*lookupObserver)(std::string const& format) = nullptr;
+
 } // namespace
 
 DecoderFactory::DecoderFactory() : m_formats(Buckets), m_mimeTypes(Buckets) {}
@@ -41,13 +43,18 @@ void DecoderFactory::RegisterMimeType(std::string const& mimeType, kiv::appli::I
 
 kiv::appli::IDecoder* DecoderFactory::LookupFromFormat(std::string const& format) const
 {
-    return find(m_formats, format);
+    kiv::appli::IDecoder* const decoder = find(m_formats, format);
+    if (decoder != nullptr && lookupObserver != nullptr)
+        lookupObserver(format);
+    return decoder;
 }
 
 kiv::appli::IDecoder* DecoderFactory::LookupFromMimeType(std::string const& mimeType) const
 {
     return find(m_mimeTypes, mimeType);
 }
+
+void observeLookups(void (*observer)(std::string const& format)) { lookupObserver = observer; }
 
 void keepForever(kiv::appli::IDecoder* decoder)
 {

@@ -269,6 +269,14 @@ void DecoderImple::waitForOpen()
         m_wake.wait(lock);
 }
 
+void DecoderImple::waitForEnd()
+{
+    boost::this_thread::disable_interruption whole;
+    Lock lock(m_stateLock);
+    while (m_phase != Phase::Idle)
+        m_wake.wait(lock);
+}
+
 bool DecoderImple::beginSeek()
 {
     Lock lock(m_stateLock);

@@ -67,6 +67,9 @@ public:
     /// block that a seek overtook is dropped.
     /// @return OnSample's result; -10002 for a null buffer or callback, or when closing
     int SendOnSample(const void* pcm, unsigned int bytes, TimeSpec* duration);
+    /// The same for what a play loop still has when it is stopped: also while a Close waits for it,
+    /// though not after a Close inside a callback.
+    int SendRest(const void* pcm, unsigned int bytes, TimeSpec* duration);
 
     // For decoders; any thread.
 
@@ -113,6 +116,9 @@ public:
     /// While a run is being opened, waits for the outcome and for event 2; not on the decoding
     /// thread.
     void waitForOpen();
+
+    /// Waits until the run has ended by itself; not on the decoding thread, nor inside a callback.
+    void waitForEnd();
 
     /// A seek in progress: the run cannot end, and no block is delivered, while it lives.
     class SeekScope {
@@ -175,6 +181,7 @@ private:
     int openFailed(Stream& stream);
     int waitForStart();
     void enterDecoding();
+    int handOver(Callback* callback, const void* pcm, unsigned int bytes, TimeSpec* duration);
     void PostDecoding(long result);
     void SetCloseState();
     void setState(int state);

@@ -189,6 +189,24 @@ int DecoderImple::SendOnSample(const void* pcm, unsigned int bytes, TimeSpec* du
             return Ok; // a seek overtook the block: it belongs to the old position
         callback = m_callback;
     }
+    return handOver(callback, pcm, bytes, duration);
+}
+
+int DecoderImple::SendRest(const void* pcm, unsigned int bytes, TimeSpec* duration)
+{
+    Callback* callback = nullptr;
+    {
+        Lock lock(m_stateLock);
+        if (m_closedFromWithin || m_readPosition != m_repositions)
+            return Ok;
+        callback = m_callback;
+    }
+    return handOver(callback, pcm, bytes, duration);
+}
+
+int DecoderImple::handOver(Callback* callback, const void* pcm, unsigned int bytes,
+                           TimeSpec* duration)
+{
     if (pcm == nullptr || callback == nullptr)
         return ErrorFailed;
     ThreadPlace place(*this, ThreadPlace::Kind::Callback);
@@ -289,6 +307,7 @@ void DecoderImple::SetCloseState()
     m_callback = nullptr;
     m_closedFromWithin = false;
     m_phase = Phase::Idle;
+    m_wake.notify_all();
 }
 
 }} // namespace Avr::Decoder

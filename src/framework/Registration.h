@@ -10,6 +10,10 @@ namespace Avr { namespace Decoder {
 /// Keeps a decoder reachable for the rest of the process: players may hold it.
 void keepForever(kiv::appli::IDecoder* decoder);
 
+/// From then on every look-up by name that finds a decoder is told to the observer, as it was asked
+/// for. Before the first look-up.
+void observeLookups(void (*observer)(std::string const& format));
+
 /// Creates one T and enters it in the registry under the format name and under every MIME type
 /// that the platform has for it. The decoder is never destroyed.
 template <class T>

@@ -4,7 +4,7 @@
 
 #include <utility>
 
-namespace kiv { namespace appli {
+namespace Avr { namespace Decoder {
 
 /// Keeps exceptions out of a codec library's C frames: callbacks run inside `guard`, and right
 /// after the library's call `rethrow` lets an interruption go on. Decoding thread.
@@ -33,4 +33,4 @@ private:
     bool m_interrupted = false;
 };
 
-}} // namespace kiv::appli
+}} // namespace Avr::Decoder
