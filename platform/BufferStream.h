@@ -47,6 +47,10 @@ public:
     /// @return 0 readable; -62 when the time ran out; -10002 when the stream was closed
     int WaitForReadable(int milliseconds, boost::function<void(int)> const& progress);
 
+    /// While it is on, nothing is read ahead: a bracket around a seek that starts reading over. On
+    /// and off come in pairs.
+    void SeekLock(bool on);
+
     /// The stream below.
     boost::shared_ptr<Avr::Interface::IReadableStream> GetStream() const;
     /// Byte offset of the next byte that Read gives; -1 after a seek by time.

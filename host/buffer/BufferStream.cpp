@@ -25,6 +25,8 @@ int BufferStream::WaitForReadable(int milliseconds, boost::function<void(int)> c
     return m_impl->wait(std::chrono::milliseconds(milliseconds), progress);
 }
 
+void BufferStream::SeekLock(bool on) { m_impl->seekLock(on); }
+
 boost::shared_ptr<Avr::Interface::IReadableStream> BufferStream::GetStream() const
 {
     return m_impl->base();

@@ -236,6 +236,13 @@ int ReadAhead::seekTime(double seconds)
     return moveBase([this, seconds] { return m_base->SeekTime(seconds); }, -1);
 }
 
+void ReadAhead::seekLock(bool on)
+{
+    Lock lock(m_lock);
+    m_seeksWaiting = on ? m_seeksWaiting + 1 : m_seeksWaiting - 1;
+    notifyAll();
+}
+
 /// Repositions the stream below, once a read in progress is over, and begins anew there.
 template <class Move>
 int ReadAhead::moveBase(Move move, long long newPosition)

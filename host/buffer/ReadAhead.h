@@ -34,6 +34,7 @@ public:
     void close();
     int seekByte(long long offset);
     int seekTime(double seconds);
+    void seekLock(bool on);
     long long position() const;
     StreamPtr const& base() const { return m_base; }
 

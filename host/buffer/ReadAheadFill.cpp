@@ -11,7 +11,8 @@ using Lock = std::unique_lock<std::mutex>;
 
 namespace {
 
-/// One read of the stream below by the filling thread. Large, since every wake-up costs.
+/// One read of the stream below by the filling thread. Large, since every wake-up costs: also a
+/// quarter of the buffer, so that a reader that waits for it is not woken for little.
 constexpr std::size_t FillStep = 128 * 1024;
 
 } // namespace
@@ -38,14 +39,16 @@ bool ReadAhead::shouldFill() const
 void ReadAhead::fillLoop()
 {
     for (;;) {
+        std::size_t step = FillStep;
         {
             Lock lock(m_lock);
             m_fillerWake.wait(lock, [this] { return m_quit || shouldFill(); });
             if (m_quit)
                 return;
+            step = std::max(step, m_maximum / 4);
         }
         bool const open = isOpen();
-        if (open && readIntoRing(FillStep, &ReadAhead::shouldFill) != StreamRetry)
+        if (open && readIntoRing(step, &ReadAhead::shouldFill) != StreamRetry)
             continue;
         Lock lock(m_lock);
         m_fillerWake.wait_for(lock, open ? RetryPause : ClosedPoll, [this] { return m_quit; });

@@ -42,7 +42,7 @@ protected:
 
     std::unique_ptr<FrameDecoder> makeDecoder(std::vector<std::uint8_t> const& config) const
     {
-        return m_module.makeDecoder(Codec::AacLc, config);
+        return m_module.makeDecoder(Codec::AacLc, {config});
     }
     /// Makes a decoder unless it is this one already.
     bool configure(std::vector<std::uint8_t> const& config);

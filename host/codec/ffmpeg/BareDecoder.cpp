@@ -23,12 +23,17 @@ struct Free {
 template <class Thing>
 using Owned = std::unique_ptr<Thing, Free>;
 
+/// In Codec's order.
+constexpr const char* Names[] = {"mp3float", "aac", "wmav1", "wmav2", "wmalossless"};
+
 /// FFmpeg's decoder of one codec.
 class BareDecoder final : public FrameDecoder {
 public:
-    bool open(Codec codec, std::vector<std::uint8_t> const& config);
+    bool open(Codec codec, CodecConfig const& config);
 
     int decode(const std::uint8_t* frame, std::size_t bytes) override;
+    int decodeMore() override;
+    int finish() override;
     void reset() override { avcodec_flush_buffers(m_context.get()); }
     unsigned int channels() const override
     {
@@ -43,8 +48,14 @@ public:
     {
         return reinterpret_cast<const float* const*>(m_frame->extended_data);
     }
+    const void* plane(unsigned int channel) const override
+    {
+        return m_frame->extended_data[channel];
+    }
 
 private:
+    bool setExtra(std::vector<std::uint8_t> const& extra);
+    void describe(CodecConfig const& config);
     void dropRest();
     static int getBuffer(AVCodecContext* context, AVFrame* frame, int flags);
 
@@ -57,28 +68,48 @@ private:
     Owned<AVFrame> m_next{av_frame_alloc()}; ///< stays empty
     std::size_t m_given = 0;
     std::size_t m_rest = 0;
+    bool m_isWma = false;
     bool m_oneFrameDone = false;
+    AVSampleFormat m_format = AV_SAMPLE_FMT_NONE;
 };
 
-bool BareDecoder::open(Codec codec, std::vector<std::uint8_t> const& config)
+bool BareDecoder::open(Codec codec, CodecConfig const& config)
 {
-    const AVCodec* const decoder =
-        avcodec_find_decoder_by_name(codec == Codec::Mp3 ? "mp3float" : "aac");
+    const AVCodec* const decoder = avcodec_find_decoder_by_name(Names[static_cast<int>(codec)]);
     m_context.reset(decoder ? avcodec_alloc_context3(decoder) : nullptr);
     if (!m_context || !m_owner || !m_packet || !m_frame || !m_next)
         return false;
+    m_isWma = codec != Codec::Mp3 && codec != Codec::AacLc;
     m_context->opaque = this;
     m_context->get_buffer2 = getBuffer;
     m_context->thread_count = 1;
-    if (!config.empty()) {
-        m_context->extradata =
-            static_cast<std::uint8_t*>(av_mallocz(config.size() + AV_INPUT_BUFFER_PADDING_SIZE));
-        if (!m_context->extradata)
-            return false;
-        std::copy(config.begin(), config.end(), m_context->extradata);
-        m_context->extradata_size = static_cast<int>(config.size());
-    }
-    return avcodec_open2(m_context.get(), decoder, nullptr) == 0;
+    if (m_isWma)
+        describe(config);
+    if (!setExtra(config.extra) || avcodec_open2(m_context.get(), decoder, nullptr) != 0)
+        return false;
+    m_format = m_context->sample_fmt;
+    return !m_isWma || m_context->ch_layout.nb_channels == static_cast<int>(config.channels);
+}
+
+bool BareDecoder::setExtra(std::vector<std::uint8_t> const& extra)
+{
+    if (extra.empty())
+        return true;
+    m_context->extradata =
+        static_cast<std::uint8_t*>(av_mallocz(extra.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+    if (!m_context->extradata)
+        return false;
+    std::copy(extra.begin(), extra.end(), m_context->extradata);
+    m_context->extradata_size = static_cast<int>(extra.size());
+    return true;
+}
+
+void BareDecoder::describe(CodecConfig const& config)
+{
+    m_context->sample_rate = static_cast<int>(config.samplingRate);
+    m_context->bit_rate = config.bitRate;
+    m_context->block_align = static_cast<int>(config.blockAlign);
+    av_channel_layout_default(&m_context->ch_layout, static_cast<int>(config.channels));
 }
 
 int BareDecoder::decode(const std::uint8_t* frame, std::size_t bytes)
@@ -94,11 +125,24 @@ int BareDecoder::decode(const std::uint8_t* frame, std::size_t bytes)
     m_packet->buf = nullptr;
     if (failure < 0)
         return failure;
+    int const samples = decodeMore();
+    if (samples > 0 && !m_isWma)
+        dropRest();
+    return samples;
+}
+
+int BareDecoder::decodeMore()
+{
     int const result = avcodec_receive_frame(m_context.get(), m_frame.get());
     if (result < 0)
-        return result == AVERROR(EAGAIN) ? 0 : result;
-    dropRest();
-    return m_frame->format == AV_SAMPLE_FMT_FLTP ? m_frame->nb_samples : AVERROR_INVALIDDATA;
+        return result == AVERROR(EAGAIN) || result == AVERROR_EOF ? 0 : result;
+    return m_frame->format == m_format ? m_frame->nb_samples : AVERROR_INVALIDDATA;
+}
+
+int BareDecoder::finish()
+{
+    int const failure = avcodec_send_packet(m_context.get(), nullptr);
+    return failure < 0 ? failure : decodeMore();
 }
 
 /// FFmpeg goes on with what is behind the first frame. It is stopped where it asks for the next
@@ -119,7 +163,7 @@ int BareDecoder::getBuffer(AVCodecContext* context, AVFrame* frame, int flags)
     return AVERROR_EXIT;
 }
 
-std::unique_ptr<FrameDecoder> makeDecoder(Codec codec, std::vector<std::uint8_t> const& config)
+std::unique_ptr<FrameDecoder> makeDecoder(Codec codec, CodecConfig const& config)
 {
     auto decoder = std::make_unique<BareDecoder>();
     if (!decoder->open(codec, config))
