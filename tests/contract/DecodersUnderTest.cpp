@@ -1,5 +1,7 @@
 #include "DecodersUnderTest.h"
 
+#include "AsfFile.h"
+#include "DecoderHistory.h"
 #include "FlacDecoder.h"
 #include "FlacFile.h"
 #include "LpcmDecoder.h"
@@ -9,8 +11,10 @@
 #include "VAACDecoder.h"
 #include "VHEAACDecoder.h"
 #include "VMP3Decoder.h"
+#include "VWmaDecoder.h"
 #include "WaveDecoder.h"
 #include "WaveTestModeDecoder.h"
+#include "WmaSelector.h"
 
 namespace avr { namespace test {
 
@@ -41,6 +45,18 @@ Bytes taggedFlac()
     return file;
 }
 
+Bytes smallLossless() { return losslessFile(noise(120000), 2, 16, 44100).bytes(); }
+
+Bytes wideLossless() { return losslessFile(noise(45000), 1, 24, 44100).bytes(); }
+
+void triesStandardFirst() { DecoderHistory::instance().add(DecoderHistory::Standard); }
+void triesLosslessFirst() { DecoderHistory::instance().add(DecoderHistory::Lossless); }
+
+/// Of the decoders behind a selector.
+std::set<Trait> const InnerTraits = {Trait::TakesFaultsAsEnd, Trait::FadesOut,
+                                     Trait::IgnoresRefusals,  Trait::IgnoresPauses,
+                                     Trait::TellsNoState,     Trait::TriesTwice};
+
 } // namespace
 
 std::vector<DecoderUnderTest> const& decodersUnderTest()
@@ -64,6 +80,17 @@ std::vector<DecoderUnderTest> const& decodersUnderTest()
         {"mp3", make<VMP3Decoder>, testData("cbr.mp3"), {Trait::EndsWhenRefused}},
         {"aac", make<VAACDecoder>, testData("lc-mono.aac"), {}},
         {"m4a", make<VAACDecoder>, testData("lc-mono.m4a"), {Trait::ReadsNoFurther}},
+        {"wma",
+         make<VWmaDecoder>,
+         testData("wma2.wma"),
+         {Trait::PlaysWithoutCallback, Trait::FadesOut, Trait::IgnoresRefusals,
+          Trait::ReadsNoFurther, Trait::TellsNoState}},
+        {"wmalossless",
+         make<VWmaDecoder>,
+         smallLossless(),
+         {Trait::ReadsNoFurther, Trait::TellsNoState}},
+        {"wmastd", make<VWMADecoder>, testData("wma2.wma"), InnerTraits, triesStandardFirst},
+        {"wmalsl", make<VWMADecoder>, wideLossless(), InnerTraits, triesLosslessFirst},
     };
     return rows;
 }

@@ -18,7 +18,12 @@ enum class Trait {
     EndsWhenRefused,      ///< a refused block is the end, but the first one is not asked about
     ReadsNoFurther,       ///< than its last frame: what is behind it does not matter
     Repeats,              ///< plays its input more than once
-    DescribesOnlyRuns     ///< answers properties from event 2 to event 1 only
+    DescribesOnlyRuns,    ///< answers properties from event 2 to event 1 only
+    FadesOut,             ///< before a fault: its last 8192 bytes are not what they would be
+    IgnoresRefusals,      ///< plays on when a block is refused
+    IgnoresPauses,
+    TellsNoState, ///< nor its format, but with event 2
+    TriesTwice    ///< what does not open at first gets a run more
 };
 
 /// One row of the contract suite.
@@ -30,6 +35,8 @@ struct DecoderUnderTest {
     /// An input that plays, some tens of blocks long.
     Bytes sample;
     std::set<Trait> traits;
+    /// Comes before each Open.
+    std::function<void()> prepare = [] {};
 };
 
 inline std::ostream& operator<<(std::ostream& out, DecoderUnderTest const& row)

@@ -16,6 +16,7 @@ namespace {
 class Contract : public DecoderRun, public testing::WithParamInterface<DecoderUnderTest> {
 protected:
     IDecoder& underTest() override { return *decoder; }
+    void prepare() override { GetParam().prepare(); }
 
     Script sample() const
     {
@@ -52,7 +53,7 @@ TEST_P(Contract, PlaysTrackAfterTrack)
 
 TEST_P(Contract, CloseInEveryState)
 {
-    EXPECT_EQ(Ok, decoder->Close());
+    EXPECT_EQ(GetParam().has(Trait::TriesTwice) ? ErrorFailed : Ok, decoder->Close());
     callback.onSample = [] { return std::this_thread::yield(), 0; };
     for (int event : {0, 2, 4, 5}) {
         open(sample());
@@ -88,7 +89,7 @@ TEST_P(Contract, PausedAndResumedItPlaysTheSame)
     };
     playToTheEnd();
     EXPECT_EQ(expected, callback.pcm());
-    EXPECT_GE(callback.count(5), 1);
+    EXPECT_EQ(GetParam().has(Trait::IgnoresPauses), callback.count(5) == 0);
     EXPECT_EQ(callback.count(5) + 1, callback.count(4));
 }
 
@@ -96,9 +97,14 @@ TEST_P(Contract, GarbageAndEmptyInputFailOrEndQuietly)
 {
     for (std::size_t size : {0u, 1u, 100u, 5000u}) {
         open(noise(size, 99));
-        GetParam().has(Trait::TakesAnything) ? play() : expectOneRun();
-        EXPECT_EQ(GetParam().has(Trait::TakesAnything) ? (Events{2, 4, 6, 1}) : (Events{11, 1}),
-                  callback.events());
+        if (GetParam().has(Trait::TakesAnything)) {
+            play();
+            EXPECT_EQ((Events{2, 4, 6, 1}), callback.events());
+        } else {
+            bool const twice = GetParam().has(Trait::TriesTwice);
+            expectRuns(twice ? 2 : 1);
+            EXPECT_EQ(twice ? (Events{11, 1, 11, 1}) : (Events{11, 1}), callback.events());
+        }
     }
 }
 
@@ -106,23 +112,29 @@ TEST_P(Contract, NullStreamAndNullCallback)
 {
     EXPECT_EQ(ErrorFailed, decoder->Open(nullptr, &callback));
     EXPECT_TRUE(callback.events().empty());
+    FakeSoundDevice::instance().beginRun();
     stream = scripted(sample());
+    prepare();
     ASSERT_EQ(Ok, decoder->Open(stream, nullptr));
-    smart_enum<DecoderStateBase> state(DecoderStateBase::Decoding);
-    while (state != DecoderStateBase::Closed) {
+    while (stream->closes() == 0) {
         decoder->Start();
-        decoder->GetCurrentState(state);
         std::this_thread::yield();
     }
     decoder->Close();
-    int const reads = stream->reads();
-    EXPECT_EQ(GetParam().has(Trait::PlaysWithoutCallback), reads > 7) << reads;
+    // What is small is read at once, but only its end has a mark.
+    bool const played = stream->reads() > 7 || FakeSoundDevice::instance().marksPut > 0;
+    EXPECT_EQ(GetParam().has(Trait::PlaysWithoutCallback), played) << stream->reads();
 }
 
 TEST_P(Contract, ARefusedBlockEndsTheRunWithoutAMark)
 {
     callback.onSample = [] { return -5; };
     playToTheEnd();
+    if (GetParam().has(Trait::IgnoresRefusals)) {
+        EXPECT_EQ((Events{2, 4, 6, 1}), callback.events());
+        EXPECT_GT(callback.blocks().size(), 2u);
+        return;
+    }
     bool const ends = GetParam().has(Trait::EndsWhenRefused);
     EXPECT_EQ((Events{2, 4, ends ? 6 : 0, 1}), callback.events());
     EXPECT_EQ(ends ? 2u : 1u, callback.blocks().size());
@@ -158,9 +170,11 @@ TEST_P(Contract, AnswersPropertiesInEveryState)
         EXPECT_EQ(Ok, decoder->GetProperty(DecoderPropTypeBase::CodecName, text));
         EXPECT_FALSE(text.empty());
         tWAVEFORMAT format;
-        EXPECT_EQ(Ok, decoder->GetWaveFormat(format));
+        EXPECT_EQ(GetParam().has(Trait::TellsNoState) ? ErrorFailed : Ok,
+                  decoder->GetWaveFormat(format));
     };
-    ask();
+    if (!GetParam().has(Trait::TriesTwice)) // there is nobody yet to answer
+        ask();
     callback.onEvent = [&](int event) {
         inRun = event != EventClosed;
         ask();

@@ -24,11 +24,14 @@ protected:
     ~Faults() override { deadlines() = Deadlines(); }
 
     IDecoder& underTest() override { return *decoder; }
+    void prepare() override { GetParam().prepare(); }
 
     /// One run; a stream that stays dry, or stalls, is closed by the player.
     void run(Script script)
     {
         bool const endless = script.fault == Fault::RetryForever || script.fault == Fault::Stall;
+        if (endless)
+            deadlines().parseWait = std::chrono::milliseconds(0);
         open(std::move(script));
         auto const patience = endless ? std::chrono::milliseconds(5) : std::chrono::hours(1);
         auto const deadline = std::chrono::steady_clock::now() + patience;
@@ -39,8 +42,10 @@ protected:
         if (endless) {
             std::this_thread::sleep_for(std::chrono::milliseconds(2));
             decoder->Close();
+            deadlines().parseWait = Deadlines().parseWait;
         }
-        expectOneRun();
+        bool const again = GetParam().has(Trait::TriesTwice) && callback.events()[0] != 2;
+        expectRuns(again ? 2 : 1);
     }
     Script sample() const
     {
@@ -93,6 +98,7 @@ TEST_P(Faults, AFaultAtEveryRead)
     int const reads = stream->reads();
     Bytes const whole = callback.pcm();
     ASSERT_GE(reads, 2);
+    std::size_t const lastBytes = GetParam().has(Trait::FadesOut) ? 8192 : 0;
     for (Fault fault :
          {Fault::Error, Fault::End, Fault::Throw, Fault::RetryForever, Fault::Stall}) {
         for (int at = 0; at <= reads; ++at) {
@@ -104,7 +110,9 @@ TEST_P(Faults, AFaultAtEveryRead)
             Bytes const pcm = callback.pcm();
             if (!GetParam().has(Trait::Repeats)) {
                 ASSERT_LE(pcm.size(), whole.size());
-                EXPECT_TRUE(std::equal(pcm.begin(), pcm.end(), whole.begin())) << at;
+                std::size_t const same = pcm.size() - std::min(pcm.size(), lastBytes);
+                EXPECT_TRUE(std::equal(pcm.begin(), pcm.begin() + long(same), whole.begin()))
+                    << int(fault) << " at " << at;
             }
             EXPECT_FALSE(log.has("join timeouted"));
             bool const opened = callback.count(2) == 1;

