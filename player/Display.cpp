@@ -56,10 +56,10 @@ std::string statusText(Status const& status, std::size_t columns)
     std::string tail;
     if (status.bufferFill >= 0)
         tail += "  buffer " + std::to_string(status.bufferFill) + '%';
+    if (!status.title.empty()) // before the format, which stands in the track's line, too
+        tail += "  " + printable(status.title);
     if (status.state != Status::State::Opening)
         tail += "  " + status.info.codec + ", " + formatText(status.info);
-    if (!status.title.empty())
-        tail += "  " + printable(status.title);
     std::size_t const used = head.size() + tail.size();
     // What is left of the bar's room when all the rest is shown, or the least that makes a bar.
     std::size_t const room = std::max(columns > used ? columns - used : 0, NarrowestBar + 4);

@@ -55,9 +55,10 @@ keys, when standard input is a terminal:
                where the format can          seconds: previous track
   q            quit
 
-On a terminal one line shows state, elapsed time and duration, buffer fill and
-format; --:-- stands for a duration that is not known. Otherwise, and with -v or
---events, there is one plain line per track, on standard error.
+On a terminal one line shows state, elapsed time and duration, buffer fill, the
+title that a stream tells, and the format; --:-- stands for a duration that is
+not known. Otherwise, and with -v or --events, there is one plain line per track,
+on standard error.
 
 exit status:
   0  everything was played (or quit by key)      3    no output device

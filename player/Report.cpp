@@ -24,8 +24,9 @@ struct Format {
 constexpr const char* ByTime = "seeks by time";
 constexpr const char* Nowhere = "cannot seek: plays from the beginning only";
 constexpr const char* OnlyMp4 = "MP4 files seek by time, others play from the beginning only";
+constexpr const char* OnlyStandard = "seeks by time, but not in lossless files";
 constexpr Format Formats[] = {{"lpcm", ByTime},    {"wav", ByTime},  {"wav-testmode", ByTime},
-                              {"ogg", Nowhere},    {"flac", ByTime}, {"wma", ""},
+                              {"ogg", Nowhere},    {"flac", ByTime}, {"wma", OnlyStandard},
                               {"he-aac", Nowhere}, {"aac", OnlyMp4}, {"mp3", ByTime}};
 
 /// Waits until the format is known or the run is over.

@@ -149,6 +149,8 @@ std::string Session::unreachable() const
         return "it ends before, or cannot be positioned there";
     if (m_source.format == "aac")
         return "of this format only MP4 files can be positioned; leave out --start";
+    if (m_source.format == "wma")
+        return "a lossless file plays from the beginning only; leave out --start";
     return m_source.format + " plays from the beginning only; leave out --start";
 }
 
@@ -163,10 +165,10 @@ void Session::announce()
 
 void Session::seekBy(double seconds)
 {
-    if (!m_started || m_news.closed)
+    TrackInfo const& info = m_news.info;
+    if (!m_started || m_news.closed || !m_source.canSeek() || info.lastPosition <= 0)
         return;
     double const target = m_track.elapsed() + seconds;
-    TrackInfo const& info = m_news.info;
     if (seconds > 0 && info.duration > 0 && target >= info.duration && !info.durationIsGuess)
         m_end = TrackEnd::Next;
     else

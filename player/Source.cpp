@@ -1,6 +1,7 @@
 #include "Source.h"
 
 #include "AacHead.h"
+#include "AsfHead.h"
 #include "FileHead.h"
 #include "Text.h"
 
@@ -120,6 +121,8 @@ std::string formatComplaint(Source const& source, std::string const& head)
         return mp3Complaint(head, source.length());
     if (format == "aac")
         return aacComplaint(source.path, head);
+    if (format == "wma" && head.compare(0, 4, "\x30\x26\xB2\x75") == 0)
+        return asfComplaint(source.path);
     if (format == "ogg" && head.compare(0, 4, "OggS") == 0 &&
         host::sniffFormat(head.data(), head.size()).empty())
         return "an Ogg file without Vorbis in it; of Ogg files only Vorbis is played";
@@ -133,7 +136,7 @@ std::string formatComplaint(Source const& source, std::string const& head)
 bool Source::canSeek() const
 {
     // These position by byte only, and MP3 says that it has moved even where the stream has not.
-    bool const byByte = format == "mp3" || format == "aac";
+    bool const byByte = format == "mp3" || format == "aac" || format == "wma";
     int const wanted = IReadableStream::CanSeekByte | (byByte ? 0 : IReadableStream::CanSeekTime);
     return (stream->GetCapabilities() & wanted) != 0;
 }

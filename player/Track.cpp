@@ -1,6 +1,7 @@
 #include "Track.h"
 
 #include "AacHead.h"
+#include "AsfHead.h"
 #include "FileHead.h"
 #include "Text.h"
 
@@ -65,6 +66,8 @@ bool Track::moveTo(TimeSpec const& position)
 {
     if (m_source.decoder->Seek(position) != 0)
         return false;
+    if (m_source.format == "wma") // it sends no event 10
+        dropQueue(position);
     m_clock.moved();
     return true;
 }
@@ -154,14 +157,20 @@ int Track::OnEvent(int event, void* data, unsigned int size)
         m_log->event(event, data, size);
     if (event == EventStreamInfo)
         onOpened(*static_cast<DecoderStreamInfo*>(data));
-    else if (event == EventPosition && m_device) {
-        m_device->discard();
-        m_clock.dropped(m_device->bytesTaken(),
-                        news().info.time.toTrack(*static_cast<TimeSpec*>(data)));
-    } else
+    else if (event == EventPosition && m_device)
+        dropQueue(*static_cast<TimeSpec*>(data));
+    else
         note(event, data);
     m_wakeup.post();
     return 0;
+}
+
+/// What the output still has belongs to where the decoder was before a seek.
+/// @param position  as the decoder counts
+void Track::dropQueue(TimeSpec const& position)
+{
+    m_device->discard();
+    m_clock.dropped(m_device->bytesTaken(), news().info.time.toTrack(position));
 }
 
 void Track::onOpened(DecoderStreamInfo const& streamInfo)
@@ -229,13 +238,16 @@ TrackInfo Track::describe(DecoderStreamInfo const& streamInfo, std::string& erro
         return info;
     }
     tWAVEFORMAT format{};
-    m_source.decoder->GetWaveFormat(format);
+    if (m_source.decoder->GetWaveFormat(format) != 0) // WMA
+        format = streamInfo.format;
     if (std::string const complaint = takeRecords(streamInfo, format, info); !complaint.empty())
         error = complaint;
     if (streamInfo.codecId == CodecMp3 && info.bitRate > 0) // it counts from the file's first byte
         info.time.offset = id3v2Bytes(readFileHead(m_source.path)) * 8 / info.bitRate;
     if (streamInfo.codecId == CodecAac)
         describeAac(info);
+    if (streamInfo.codecId == CodecWmaStandard || streamInfo.codecId == CodecWmaLossless)
+        info.duration = asfDuration(m_source.path);
     return info;
 }
 

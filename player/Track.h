@@ -60,6 +60,7 @@ public:
 private:
     int OnSample(const void* pcm, unsigned int bytes, kiv::appli::TimeSpec* duration) override;
     int OnEvent(int event, void* data, unsigned int size) override;
+    void dropQueue(kiv::appli::TimeSpec const& position);
     void onOpened(kiv::appli::DecoderStreamInfo const& info);
     void note(int event, const void* data);
     bool setHeaderlessFormat();

@@ -49,8 +49,11 @@ double lastPosition(std::uint32_t codecId, tWAVEFORMAT const& format, host::PcmF
         return LargestWaveOffset / bytesPerSecond(pcm);
     case CodecFlac: // it counts by the block align, which is 0 for the narrowest samples
         return format.blockAlign == 0 ? 0 : Anywhere;
+    case CodecWmaStandard: // it counts milliseconds in 31 bits
+        return 2147483;
     case CodecOggVorbis:
     case CodecHeAac:
+    case CodecWmaLossless:
         return 0;
     default:
         return Anywhere;

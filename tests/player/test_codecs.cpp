@@ -6,6 +6,7 @@
 #include <cstring>
 
 using namespace avr::test;
+using namespace std::string_literals;
 
 namespace {
 
@@ -29,7 +30,7 @@ std::string atFullScale(Bytes const& lowBits, unsigned int bits)
 TEST(Codecs, EventsAndPcmOfTheSamplesAreTheKnownOnes)
 {
     struct {
-        std::string name, stream, pcm;
+        std::string name, stream, pcm, duration = "--:--";
     } const files[] = {
         {"tune.flac",
          "rate=44100 bytes-per-second=176400 align=4 bits=16 extra=0 valid-bits=16 mask=0 "
@@ -47,6 +48,14 @@ TEST(Codecs, EventsAndPcmOfTheSamplesAreTheKnownOnes)
          "rate=44100 bytes-per-second=352800 align=8 bits=32 extra=0 valid-bits=32 mask=0 "
          "codec=0x10000204 bit-rate=0 word=0",
          "bytes=1327104 "},
+        {"tune.wma", // so are libavcodec's
+         "rate=44100 bytes-per-second=176400 align=4 bits=16 extra=0 valid-bits=16 mask=0 "
+         "codec=0x10000301 bit-rate=128000 word=0",
+         "bytes=643072 blocks=157 ", "0:03"},
+        {"tune-lossless.wma",
+         "rate=44100 bytes-per-second=176400 align=4 bits=16 extra=0 valid-bits=16 mask=0 "
+         "codec=0x10000302 bit-rate=1411200 word=0",
+         "bytes=327680 blocks=40 crc32=0x0331f91a\n", "0:01"},
     };
     for (auto const& file : files) {
         std::string const path = sample(file.name);
@@ -58,7 +67,8 @@ TEST(Codecs, EventsAndPcmOfTheSamplesAreTheKnownOnes)
                                      "event 1 closed\npcm " +
                                      file.pcm;
         EXPECT_EQ(outcome.out.substr(0, expected.size()), expected);
-        EXPECT_NE(outcome.err.find(", 2 channels, --:--\n"), std::string::npos) << outcome.err;
+        EXPECT_NE(outcome.err.find(", 2 channels, " + file.duration + "\n"), std::string::npos)
+            << outcome.err;
     }
 }
 
@@ -72,6 +82,55 @@ TEST(Codecs, FlacComesBackBitForBitAlsoFromAPosition)
     }
     EXPECT_EQ(play({"--start", "0:02", "-o", "wav:" + out, sample("tune.flac")}).exit, 0);
     EXPECT_TRUE(audioOf(out) == audioOfSample("tune.wav").substr(2 * 44100 * 4));
+}
+
+TEST(Codecs, WmaLosslessComesBackBitForBit)
+{
+    std::string const out = testFile("wma.wav");
+    EXPECT_EQ(play({"-o", "wav:" + out, sample("tune-lossless.wma")}).exit, 0);
+    EXPECT_FALSE(audioOf(out).empty());
+    EXPECT_TRUE(audioOf(out) == audioOfSample("tune.wav").substr(0, audioOf(out).size()));
+}
+
+TEST(Codecs, WmaBeginsWhereItIsToldAndProbes)
+{
+    std::string const wma = sample("tune.wma");
+    std::string const whole = play({"-q", "-o", "raw:-", wma}).out;
+    std::string const rest = play({"-q", "-o", "raw:-", "--start", "2", wma}).out;
+    // What waited for its block from before, then a frame that lacks what came before it.
+    constexpr std::size_t SameBytes = 200000;
+    ASSERT_GT(rest.size(), SameBytes);
+    EXPECT_NEAR(double(whole.size() - rest.size()) / 176400, 2, 0.3);
+    EXPECT_NE(whole.find(rest.substr(rest.size() - SameBytes, SameBytes - 8192)),
+              std::string::npos);
+    EXPECT_EQ(play({"--json", wma}).out,
+              R"({"file":")" + wma +
+                  R"(","format":"wma","codec":"wma","rate":44100,"bits":16,"channels":2,)"
+                  R"("bitRate":128000,"duration":3.714})" +
+                  "\n");
+}
+
+TEST(Codecs, TitlesInAStreamAreShown)
+{
+    // In a part of the head that no decoder knows.
+    std::string const record = "TEXT\0ARTIST Foo|TITLE Bar\0"s;
+    std::string object(24, 'x');
+    for (char c : record)
+        object += {c, '\0'};
+    object.replace(16, 8, {char(object.size()), 0, 0, 0, 0, 0, 0, 0});
+    std::string bytes = contentOf(sample("tune.wma"));
+    std::uint32_t headBytes = 0;
+    std::memcpy(&headBytes, &bytes[16], sizeof headBytes);
+    headBytes += std::uint32_t(object.size());
+    std::memcpy(&bytes[16], &headBytes, sizeof headBytes);
+    std::string const in = writeFile("titled.wma", bytes.insert(30, object));
+    std::string const events = play({"--events", "-o", "null", "--no-realtime", in}).out;
+    EXPECT_NE(events.find("event 7 track-info artist=Foo title=Bar\nevent 2 "), std::string::npos)
+        << events;
+    PlayerProcess player({"-o", "null", in}, true);
+    EXPECT_TRUE(player.waitFor("Foo - Bar"));
+    player.type("q");
+    EXPECT_EQ(player.finish().exit, 0);
 }
 
 TEST(Codecs, FlacOfOddWidthsPlaysAtFullScale)
@@ -186,8 +245,8 @@ TEST(Codecs, KeysSeekInMp3)
 TEST(Codecs, KeysDoNotSeekWhereTheDecoderCannot)
 {
     std::string const out = testFile("keys.raw");
-    for (std::string const name : {"stereo.ogg", "he-stereo.aac", "lc-mono.aac"}) {
-        std::string const in = data(name);
+    for (std::string const name : {"stereo.ogg", "he-stereo.aac", "lc-mono.aac", "lossless.wma"}) {
+        std::string const in = name == "lossless.wma" ? sample("tune-" + name) : data(name);
         std::string const whole = play({"-q", "-o", "raw:-", in}).out;
         PlayerProcess player({"--realtime", "-o", "raw:" + out, in}, true);
         ASSERT_TRUE(player.waitFor("playing  0:0"));

@@ -63,7 +63,9 @@ TEST(Refusal, EveryBadFileGetsOneLineThatSaysWhy)
         {"floats.wav", wave(kPcm, 44100, 2, 16, 3), "floating-point"},
         {"law.wav", wave(kPcm, 44100, 2, 16, 6), "A-law"},
         {"mute.wav", wave(kPcm, 44100, 0), "plays 8, 16, 24 and 32 bits"},
-        {"song.wma", noise(9000), "not built in"},
+        {"noise.wma", noise(9000), "wma decoder does not understand it"},
+        {"cut.wma", dataFile("wma2.wma").substr(0, 400), "ASF file with a damaged header"},
+        {"mp3.wma", dataFile("cbr.mp3"), "holds mp3, not wma; play it with -f mp3"},
         {"noise.mp3", noise(9000), "mp3 decoder does not understand it"},
         {"noise.aac", noise(9000), "aac decoder does not understand it"},
         {"noise.flac", noise(9000), "flac decoder does not understand it"},
@@ -100,6 +102,8 @@ TEST(Refusal, AStartThatCannotBeReachedIsToldBeforeAnythingPlays)
     for (std::string const name : {"tune.ogg", "tune-he.aac"})
         expectRefused({"--start", "0:02", "-o", "raw:-", kSamples + name}, 1, kSamples + name,
                       "plays from the beginning only");
+    expectRefused({"--start", "0:01", "-o", "raw:-", kSamples + "tune-lossless.wma"}, 1,
+                  kSamples + "tune-lossless.wma", "a lossless file plays from the beginning only");
     std::string const adts = AVR_TEST_DATA "/lc-mono.aac";
     expectRefused({"--start", "0:01", "-o", "raw:-", adts}, 1, adts, "only MP4 files can be");
     std::string const pipe = testFile("pipe.mp3");
