@@ -1,5 +1,5 @@
 // The same for libavcodec, in a program of its own because of the memory that it takes by being
-// loaded. The loops hand the decoder whole frames and drop its floats as they are.
+// loaded. The loops hand the decoder whole frames and drop what it gives as it is.
 #include "CodecRows.h"
 
 #include <array>
@@ -49,7 +49,12 @@ public:
         std::fill_n(m_bytes.begin() + static_cast<std::ptrdiff_t>(bytes), Padding, std::uint8_t(0));
         m_packet->data = m_bytes.data();
         m_packet->size = static_cast<int>(bytes);
-        avcodec_send_packet(m_context, m_packet);
+        decode(m_packet);
+    }
+    /// @param packet  null at the end
+    void decode(AVPacket const* packet)
+    {
+        avcodec_send_packet(m_context, packet);
         for (; avcodec_receive_frame(m_context, m_frame) == 0; ++m_frames)
             keep(m_frame->data[0]);
     }
@@ -122,11 +127,28 @@ void loopOverMp4(std::string const& path)
     avformat_close_input(&container);
 }
 
-constexpr Row Rows[] = {{"mp3", "tune-cbr.mp3", loopOverMp3},
-                        {"mp3", "tune-vbr.mp3", loopOverMp3},
-                        {"aac", "tune.aac", loopOverAdts},
-                        {"aac", "tune.m4a", loopOverMp4},
-                        {"aac", "tune-22khz.aac", loopOverAdts}};
+void loopOverAsf(std::string const& path)
+{
+    AVFormatContext* container = nullptr;
+    if (avformat_open_input(&container, path.c_str(), nullptr, nullptr) != 0)
+        std::_Exit(1);
+    AVCodecParameters const* const codec = container->streams[0]->codecpar;
+    {
+        BareLoop loop(path, avcodec_get_name(codec->codec_id), codec);
+        AVPacket* block = av_packet_alloc();
+        for (; av_read_frame(container, block) == 0; av_packet_unref(block))
+            loop.decode(block);
+        loop.decode(nullptr);
+        av_packet_free(&block);
+    }
+    avformat_close_input(&container);
+}
+
+constexpr Row Rows[] = {
+    {"mp3", "tune-cbr.mp3", loopOverMp3},     {"mp3", "tune-vbr.mp3", loopOverMp3},
+    {"aac", "tune.aac", loopOverAdts},        {"aac", "tune.m4a", loopOverMp4},
+    {"aac", "tune-22khz.aac", loopOverAdts},  {"wma", "tune.wma", loopOverAsf},
+    {"wma", "tune-lossless.wma", loopOverAsf}};
 
 } // namespace
 

@@ -84,7 +84,7 @@ public:
 
     int OnSample(const void* pcm, unsigned int bytes, TimeSpec* duration) override
     {
-        tWAVEFORMAT format;
+        tWAVEFORMAT format{};
         m_decoder.GetWaveFormat(format);
         require(!m_ended && bytes != 0 && bytes % (AVR_FUZZ_FRAME) == 0);
         require(duration->nanoseconds < 1000000000);
@@ -208,8 +208,8 @@ void run(IDecoder& decoder, Behaviour const& behaviour, Bytes const& content)
         player.attend();
     decoder.Close();
     smart_enum<DecoderStateBase> state;
-    decoder.GetCurrentState(state);
-    require(player.hasEnded() && state == DecoderStateBase::Closed);
+    bool const tells = decoder.GetCurrentState(state) == Ok; // WMA does not
+    require(player.hasEnded() && (!tells || state == DecoderStateBase::Closed));
     require(stream->IsOpened() < 0 && !stream->contractBroken());
 }
 
@@ -224,7 +224,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
     limits.readWait = limits.libraryWait = Patience;
     limits.endPoll = limits.pausedPoll = limits.retryPause = std::chrono::milliseconds(1);
     limits.pacingPause = std::chrono::microseconds(0);
-    stderr = std::fopen("/dev/null", "w"); // libFuzzer has kept its own
+    stdout = stderr = std::fopen("/dev/null", "w"); // libFuzzer has kept its own
     std::cout.rdbuf(nullptr);
     std::cerr.rdbuf(nullptr);
     return 0;
