@@ -48,9 +48,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(header->dataAt == at && header->stream.extra.size() < at);
     std::uint64_t const end = header->dataAt + std::uint64_t(header->packets) * header->packetBytes;
     AsfPackets packets(*header, read, [&](std::uint64_t position) {
-        require(position >= header->dataAt && position < end);
+        require(position >= header->dataAt && position <= end);
+        if (size % 2 == 0)
+            return false;
         at = std::size_t(position);
-        return size % 2 != 0;
+        return true;
     });
     std::size_t const blocks = readAll(packets);
     require(header->isBroadcast || at <= end);
