@@ -1,0 +1,100 @@
+#include "AsfPadding.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace avr { namespace host {
+
+namespace {
+
+constexpr std::size_t HeaderHead = 30; ///< of the object that all others are in
+constexpr std::size_t ObjectHead = 24; ///< GUID and size
+constexpr std::size_t FilePropertiesBytes = 104;
+constexpr std::size_t MostPacketBytesAt = 96; ///< the least are as many
+constexpr std::uint8_t FileProperties[] = {0xA1, 0xDC, 0xAB, 0x8C, 0x47, 0xA9, 0xCF, 0x11,
+                                           0x8E, 0xE4, 0x00, 0xC0, 0x0C, 0x20, 0x53, 0x65};
+
+std::uint64_t littleEndian(const std::uint8_t* from, unsigned int bytes)
+{
+    std::uint64_t value = 0;
+    while (bytes-- != 0)
+        value = value << 8 | from[bytes];
+    return value;
+}
+
+/// Where a packet tells how much padding it has.
+struct PaddingField {
+    std::size_t flagsAt; ///< the length of the field is in them
+    std::size_t at;
+    std::size_t bytes; ///< 0: it is left out, which says that there is none
+};
+
+constexpr unsigned int LengthShift = 3;
+constexpr unsigned int LengthOfTwo = 2u << LengthShift;
+constexpr unsigned int LengthOfOne = 1u << LengthShift;
+constexpr unsigned int LengthMask = 3u << LengthShift;
+
+/// @return none when the packet tells its own length, or is of an unknown kind
+std::optional<PaddingField> paddingField(std::vector<std::uint8_t> const& packet)
+{
+    constexpr std::size_t Lengths[] = {0, 1, 2, 4};
+    constexpr std::size_t FlagsBytes = 2;
+    unsigned int const first = packet.empty() ? 0 : packet[0];
+    bool const hasCorrection = (first & 0x80) != 0;
+    std::size_t const flagsAt = hasCorrection ? 1 + (first & 0x0F) : 0;
+    if ((hasCorrection && (first & 0x70) != 0) || packet.size() < flagsAt + FlagsBytes)
+        return {};
+    unsigned int const flags = packet[flagsAt];
+    PaddingField const field = {flagsAt, flagsAt + FlagsBytes + Lengths[flags >> 1 & 3],
+                                Lengths[flags >> LengthShift & 3]};
+    bool const tellsLength = (flags >> 5 & 3) != 0;
+    if (tellsLength || packet.size() < field.at + field.bytes)
+        return {};
+    return field;
+}
+
+/// @param missing  more than 0
+void tellPadding(std::vector<std::uint8_t>& packet, PaddingField field, std::size_t missing)
+{
+    if (field.bytes == 0 || (field.bytes == 1 && missing > 0xFF)) { // two bytes, when there is room
+        std::size_t const grown = std::min<std::size_t>(2 - field.bytes, missing);
+        packet.insert(packet.begin() + static_cast<std::ptrdiff_t>(field.at), grown, 0);
+        field.bytes += grown;
+        missing -= grown;
+        std::uint8_t& flags = packet[field.flagsAt];
+        flags = static_cast<std::uint8_t>((flags & ~LengthMask) |
+                                          (field.bytes == 2 ? LengthOfTwo : LengthOfOne));
+    }
+    for (std::size_t i = 0; i < field.bytes; ++i, missing >>= 8)
+        packet[field.at + i] = static_cast<std::uint8_t>(missing);
+}
+
+} // namespace
+
+std::uint32_t asfPacketBytes(std::vector<std::uint8_t> const& header)
+{
+    for (std::size_t at = HeaderHead; at < header.size() && header.size() - at >= ObjectHead;) {
+        const std::uint8_t* const object = header.data() + at;
+        std::uint64_t const bytes = littleEndian(object + 16, 8);
+        if (bytes < ObjectHead || bytes > header.size() - at)
+            break;
+        if (bytes >= FilePropertiesBytes &&
+            std::equal(std::begin(FileProperties), std::end(FileProperties), object))
+            return static_cast<std::uint32_t>(littleEndian(object + MostPacketBytesAt, 4));
+        at += static_cast<std::size_t>(bytes);
+    }
+    return 0;
+}
+
+void padAsfPacket(std::vector<std::uint8_t>& packet, std::size_t bytes)
+{
+    std::size_t const missing = bytes - packet.size();
+    std::optional<PaddingField> const field = paddingField(packet);
+    bool const tellsNone =
+        field && littleEndian(packet.data() + field->at, unsigned(field->bytes)) == 0;
+    if (missing != 0 && tellsNone)
+        tellPadding(packet, *field, missing);
+    packet.resize(bytes);
+}
+
+}} // namespace avr::host
