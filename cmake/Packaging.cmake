@@ -2,7 +2,7 @@
 # as a whole: nothing in it names its own place.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS avrdecoder avrplatform avrcodecs avrmp4
+install(TARGETS avrdecoder avrplatform avrcodecs avrmp4 avrhttp
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 # The libraries find each other in their own folder, where a device puts its platform.
 set_target_properties(avrdecoder avrplatform PROPERTIES INSTALL_RPATH "$ORIGIN")

@@ -136,6 +136,14 @@ int ReadAhead::read(void* buf, unsigned int len, unsigned int& got)
         return Ok;
     if (!isOpen())
         return ErrorFailed;
+    int const result = readSome(buf, len, got);
+    if (m_below && got != 0)
+        m_below->taken(position());
+    return result;
+}
+
+int ReadAhead::readSome(void* buf, unsigned int len, unsigned int& got)
+{
     {
         Lock lock(m_lock);
         if (m_started)
@@ -252,6 +260,8 @@ int ReadAhead::moveBase(Move move, long long newPosition)
         ++m_seeksWaiting;
     }
     int result = ErrorFailed;
+    if (m_below)
+        m_below->interruptRead();
     Lock base(m_baseLock);
     try {
         result = move();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "BelowBuffer.h"
 #include "RingBuffer.h"
 #include "platform/IReadableStream.h"
 
@@ -21,7 +22,9 @@ public:
     /// Bytes behind the reader that may be read again.
     static constexpr std::size_t History = 64 * 1024;
 
-    explicit ReadAhead(StreamPtr stream) : m_base(std::move(stream)) {}
+    explicit ReadAhead(StreamPtr stream)
+        : m_base(std::move(stream)), m_below(dynamic_cast<BelowBuffer*>(m_base.get()))
+    {}
     ~ReadAhead();
 
     void setMaximum(std::size_t bytes);
@@ -53,6 +56,7 @@ private:
     int percent() const;
     bool moveTo(long long offset);
     void restartAt(long long offset);
+    int readSome(void* buf, unsigned int len, unsigned int& got);
     int takeBuffered(std::unique_lock<std::mutex>& lock, void* buf, unsigned int len,
                      unsigned int& got);
     void notifyAll();
@@ -66,6 +70,7 @@ private:
     int moveBase(Move move, long long newPosition);
 
     StreamPtr const m_base;
+    BelowBuffer* const m_below; ///< the same; null where it does not care
 
     /// Held around every Open, Read and seek of the stream below; taken before m_lock.
     std::mutex m_baseLock;

@@ -1,23 +1,13 @@
 #include "CodecModule.h"
 #include "CodecSupport.h"
+#include "Module.h"
 #include "Mp4Module.h"
 
-#include <dlfcn.h>
 #include <mutex>
 
 namespace avr { namespace host {
 
 namespace {
-
-/// A file beside the one that holds this function.
-std::string neighbour(const char* fileName)
-{
-    Dl_info here = {};
-    if (dladdr(reinterpret_cast<void*>(&codecModule), &here) == 0 || !here.dli_fname)
-        return fileName;
-    std::string const path = here.dli_fname;
-    return path.substr(0, path.find_last_of('/') + 1) + fileName;
-}
 
 /// Why modules could not be loaded.
 struct Missing {
@@ -30,18 +20,14 @@ Missing& missing()
     return instance;
 }
 
-/// The module stays loaded: engines may use it at any time.
 void const* entry(const char* fileName, const char* name)
 {
-    void* module = dlopen(neighbour(fileName).c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (!module)
-        module = dlopen(fileName, RTLD_NOW | RTLD_LOCAL);
-    if (module)
-        return dlsym(module, name);
-    const char* const reason = dlerror();
+    std::string reason;
+    void const* const found = moduleEntry(fileName, name, reason);
     std::lock_guard<std::mutex> const guard(missing().lock);
-    missing().text = reason ? reason : fileName;
-    return nullptr;
+    if (!found)
+        missing().text = reason;
+    return found;
 }
 
 } // namespace

@@ -1,0 +1,229 @@
+#include "HttpStream.h"
+
+#include "HttpStatus.h"
+#include "IcyTitles.h"
+#include "decoder/Result.h"
+
+#include <cerrno>
+#include <cstdlib>
+
+namespace avr { namespace host {
+
+using namespace kiv::appli;
+using Guard = std::lock_guard<std::mutex>;
+using std::chrono::milliseconds;
+
+namespace {
+
+constexpr milliseconds Pauses[] = {milliseconds(500), milliseconds(1500), milliseconds(4000)};
+
+/// Both numbers of "bytes FIRST-LAST/LENGTH"; Unknown, -1, where there is none.
+struct ContentRange {
+    explicit ContentRange(std::string const& header)
+    {
+        if (header.compare(0, 6, "bytes ") != 0)
+            return;
+        first = std::strtoll(header.c_str() + 6, nullptr, 10);
+        std::size_t const slash = header.find('/');
+        if (slash != std::string::npos && header.compare(slash, 2, "/*") != 0)
+            length = std::strtoll(header.c_str() + slash + 1, nullptr, 10);
+    }
+
+    long long first = -1;
+    long long length = -1;
+};
+
+bool isRadio(HttpAnswer const& answer)
+{
+    return answer.headers.count("icy-metaint") != 0 || answer.headers.count("icy-name") != 0;
+}
+
+} // namespace
+
+HttpStream::HttpStream(std::string url, NetworkLimits const& limits)
+    : NetworkStream(std::move(url), limits)
+{}
+
+HttpStream::~HttpStream() { Close(); }
+
+bool HttpStream::connect()
+{
+    HttpAnswer answer;
+    HttpFault fault;
+    Transfer const transfer =
+        begin(address(), {"Range: bytes=0-", "Icy-MetaData: 1"}, answer, fault);
+    bool const isWhole = answer.status == 200 ||
+                         (answer.status == 206 &&
+                          ContentRange(answer.header("content-range")).first == 0);
+    if (transfer && !isWhole)
+        fault = httpStatusFault(answer.status);
+    if (!transfer || !isWhole) {
+        fail(fault);
+        return false;
+    }
+    learn(answer);
+    m_position = 0;
+    m_isAtEnd = m_isLost = false;
+    return install(transfer);
+}
+
+void HttpStream::learn(HttpAnswer const& answer)
+{
+    setContentType(answer.header("content-type"));
+    long const interval = std::strtol(answer.header("icy-metaint").c_str(), nullptr, 10);
+    m_icy.reset();
+    if (interval > 0)
+        m_icy = std::make_unique<IcyTitles>(
+            static_cast<std::size_t>(interval),
+            [this](long long position, std::string const& text) { noteTitle(position, text); });
+    m_validator = answer.header("etag");
+    if (m_validator.empty() || m_validator.compare(0, 2, "W/") == 0)
+        m_validator = answer.header("last-modified");
+    std::string const length = answer.header("content-length");
+    Guard const guard(m_knownLock);
+    m_titles.clear();
+    m_taken = 0;
+    m_length = answer.status == 206 ? ContentRange(answer.header("content-range")).length
+               : length.empty()     ? Unknown
+                                    : std::strtoll(length.c_str(), nullptr, 10);
+    m_givesParts = answer.status == 206 || answer.header("accept-ranges") == "bytes";
+    if (isRadio(answer)) {
+        m_length = Unknown;
+        m_givesParts = false;
+    }
+}
+
+int HttpStream::GetCapabilities()
+{
+    Guard const guard(m_knownLock);
+    return m_givesParts && m_length >= 0 ? CanSeekByte : 0;
+}
+
+int HttpStream::GetStreamProperty(int key, std::string& value)
+{
+    if (key != ContentLength)
+        return NetworkStream::GetStreamProperty(key, value);
+    Guard const guard(m_knownLock);
+    if (m_length < 0)
+        return ErrorFailed;
+    value = std::to_string(m_length);
+    return Ok;
+}
+
+HttpResult HttpStream::readSome(void* to, std::size_t room, std::size_t& got)
+{
+    if (m_isAtEnd)
+        return HttpResult::Finished;
+    while (!m_isLost) {
+        HttpResult result = receive(to, room, got);
+        if (result == HttpResult::Ok) {
+            if (m_icy)
+                got = m_icy->filter(static_cast<std::uint8_t*>(to), got);
+            m_position += static_cast<long long>(got);
+            if (got != 0)
+                return result;
+            continue;
+        }
+        if (result == HttpResult::Dropped)
+            result = resume();
+        else if (result == HttpResult::Failed)
+            fail(receivingFault());
+        if (result != HttpResult::Ok)
+            return result;
+    }
+    return HttpResult::Failed;
+}
+
+/// Makes a connection that broke again, where it was. @return Ok when it is there
+HttpResult HttpStream::resume()
+{
+    HttpFault fault = receivingFault();
+    bool const canResume = GetCapabilities() != 0;
+    for (unsigned int attempt = 0; canResume && attempt < std::size(Pauses); ++attempt) {
+        if (!pauseBefore(attempt + 1, Pauses[attempt]))
+            return isClosed() ? HttpResult::Cancelled : HttpResult::Interrupted;
+        Transfer const transfer = beginAt(m_position, fault);
+        if (isClosed() || (transfer && !install(transfer)))
+            return HttpResult::Cancelled;
+        if (transfer) {
+            isReconnected();
+            return HttpResult::Ok;
+        }
+        if (wasInterrupted())
+            return HttpResult::Interrupted;
+    }
+    fail(fault);
+    m_isLost = true;
+    return HttpResult::Failed;
+}
+
+/// @return null with `fault` when the server does not give what is wanted
+NetworkStream::Transfer HttpStream::beginAt(long long position, HttpFault& fault)
+{
+    std::vector<std::string> headers = {"Range: bytes=" + std::to_string(position) + '-'};
+    if (!m_validator.empty())
+        headers.push_back("If-Range: " + m_validator);
+    HttpAnswer answer;
+    Transfer transfer = begin(address(), std::move(headers), answer, fault);
+    if (!transfer)
+        return nullptr;
+    ContentRange const range(answer.header("content-range"));
+    std::string length;
+    GetStreamProperty(ContentLength, length);
+    if (answer.status == 206 && range.first == position &&
+        (range.length < 0 || std::to_string(range.length) == length))
+        return transfer;
+    fault = answer.status / 100 == 2
+                ? HttpFault{EIO, "the file on the server is not the same any more"}
+                : httpStatusFault(answer.status);
+    return nullptr;
+}
+
+int HttpStream::SeekByte(long long offset)
+{
+    Use const use = useInsteadOfReading();
+    std::string length;
+    if (IsOpened() < 0)
+        return ErrorFailed;
+    if (GetCapabilities() == 0)
+        return ErrorNotSupported;
+    GetStreamProperty(ContentLength, length);
+    long long const end = std::strtoll(length.c_str(), nullptr, 10);
+    if (offset < 0 || offset > end)
+        return ErrorFailed;
+    if (offset != end) {
+        HttpFault fault;
+        Transfer const transfer = beginAt(offset, fault);
+        if (!transfer || !install(transfer))
+            return ErrorFailed;
+    }
+    m_isAtEnd = offset == end;
+    m_isLost = false;
+    m_position = offset;
+    return Ok;
+}
+
+void HttpStream::noteTitle(long long position, std::string const& text)
+{
+    Guard const guard(m_knownLock);
+    m_titles.push_back({position, text});
+}
+
+void HttpStream::taken(long long position)
+{
+    Guard const guard(m_knownLock);
+    m_taken = position;
+}
+
+std::optional<std::string> HttpStream::newTitle()
+{
+    Guard const guard(m_knownLock);
+    std::optional<std::string> title;
+    while (!m_titles.empty() && m_titles.front().position <= m_taken) {
+        title = std::move(m_titles.front().text);
+        m_titles.erase(m_titles.begin());
+    }
+    return title;
+}
+
+}} // namespace avr::host

@@ -1,0 +1,287 @@
+#include "NetworkStream.h"
+
+#include "decoder/Result.h"
+
+#include <cerrno>
+
+namespace avr { namespace host {
+
+using namespace kiv::appli;
+using Lock = std::unique_lock<std::mutex>;
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+NetworkStream::NetworkStream(std::string address, NetworkLimits const& limits)
+    : m_address(std::move(address)), m_limits(limits)
+{}
+
+NetworkStream::~NetworkStream() { Close(); }
+
+int NetworkStream::IsOpened()
+{
+    Lock const lock(m_lock);
+    return m_isOpen ? Ok : ErrorFailed;
+}
+
+int NetworkStream::Open()
+{
+    Use const using_(m_use);
+    {
+        Lock const lock(m_lock);
+        if (m_isOpen)
+            return Ok;
+        m_fault = {};
+        m_contentType.clear();
+        m_closesBefore = m_closes;
+        m_phase = Phase::Connecting;
+    }
+    bool const connected = connect();
+    Transfer unused;
+    Lock const lock(m_lock);
+    m_isOpen = connected && !isClosedLocked();
+    m_phase = m_isOpen ? Phase::Open : Phase::Closed;
+    if (!m_isOpen)
+        unused.swap(m_transfer);
+    return m_isOpen ? Ok : ErrorFailed;
+}
+
+void NetworkStream::Close()
+{
+    Transfer transfer, pending;
+    {
+        Lock const lock(m_lock);
+        ++m_closes;
+        m_isOpen = false;
+        m_phase = Phase::Closed;
+        transfer.swap(m_transfer);
+        pending = m_pending;
+        m_wake.notify_all();
+    }
+    if (transfer)
+        transfer->cancel();
+    if (pending)
+        pending->cancel();
+}
+
+int NetworkStream::Read(void* buf, unsigned int len, unsigned int* got)
+{
+    if (!got)
+        return ErrorFailed;
+    *got = 0;
+    if (len == 0)
+        return Ok;
+    Use const using_(m_use);
+    {
+        Lock const lock(m_lock);
+        if (!m_isOpen)
+            return ErrorFailed;
+        if (m_seeksWaiting != 0)
+            return StreamRetry;
+        m_isReading = true;
+        m_interrupted = false;
+    }
+    std::size_t bytes = 0;
+    HttpResult const result = readSome(buf, len, bytes);
+    Lock const lock(m_lock);
+    m_isReading = false;
+    *got = static_cast<unsigned int>(bytes);
+    switch (result) {
+    case HttpResult::Ok:
+        return Ok;
+    case HttpResult::Interrupted:
+        return StreamRetry;
+    case HttpResult::Finished:
+        return ResultEndOfStream;
+    default:
+        return ErrorFailed;
+    }
+}
+
+int NetworkStream::SeekByte(long long) { return ErrorNotSupported; }
+
+int NetworkStream::SeekTime(double) { return ErrorNotSupported; }
+
+int NetworkStream::GetStreamProperty(int key, std::string& value)
+{
+    switch (key) {
+    case Address:
+        value = m_address;
+        return Ok;
+    case StreamType:
+        value = "http:inet";
+        return Ok;
+    default:
+        return ErrorFailed;
+    }
+}
+
+int NetworkStream::GetErrorStatus()
+{
+    Lock const lock(m_lock);
+    return m_fault.number;
+}
+
+NetworkStream::Status NetworkStream::status() const
+{
+    Lock const lock(m_lock);
+    milliseconds const silent =
+        m_waitsSince ? std::chrono::duration_cast<milliseconds>(Clock::now() - *m_waitsSince)
+                     : milliseconds(0);
+    return {m_phase, m_attempt, silent};
+}
+
+std::string NetworkStream::errorText() const
+{
+    Lock const lock(m_lock);
+    return m_fault.text;
+}
+
+std::string NetworkStream::contentType() const
+{
+    Lock const lock(m_lock);
+    return m_contentType;
+}
+
+void NetworkStream::waitForAbandoned()
+{
+    std::string reason;
+    if (HttpModule const* const module = httpModule(reason))
+        module->waitForAbandoned();
+}
+
+void NetworkStream::interruptRead()
+{
+    Transfer transfer, pending;
+    {
+        Lock const lock(m_lock);
+        if (!m_isReading)
+            return;
+        m_interrupted = true;
+        transfer = m_transfer;
+        pending = m_pending;
+        m_wake.notify_all();
+    }
+    if (transfer)
+        transfer->interrupt();
+    if (pending)
+        pending->interrupt();
+}
+
+NetworkStream::Use NetworkStream::useInsteadOfReading()
+{
+    {
+        Lock const lock(m_lock);
+        ++m_seeksWaiting;
+    }
+    interruptRead();
+    Use use(m_use);
+    Lock const lock(m_lock);
+    --m_seeksWaiting;
+    return use;
+}
+
+NetworkStream::Transfer NetworkStream::begin(std::string const& url,
+                                             std::vector<std::string> headers, HttpAnswer& answer,
+                                             HttpFault& fault)
+{
+    std::string reason;
+    HttpModule const* const module = httpModule(reason);
+    if (!module) {
+        fault = {ENOSYS, "the part that uses the network cannot be loaded: " + reason};
+        return nullptr;
+    }
+    Transfer const transfer =
+        module->makeTransfer({url, std::move(headers), m_limits.connect, m_limits.stall});
+    {
+        Lock const lock(m_lock);
+        if (isClosedLocked())
+            return nullptr;
+        m_pending = transfer;
+    }
+    HttpResult const result = transfer->begin(answer);
+    Lock const lock(m_lock);
+    m_pending.reset();
+    if (result == HttpResult::Ok)
+        return transfer;
+    fault = transfer->fault();
+    return nullptr;
+}
+
+bool NetworkStream::install(Transfer transfer)
+{
+    Lock const lock(m_lock);
+    if (isClosedLocked())
+        return false;
+    m_transfer.swap(transfer);
+    return true;
+}
+
+HttpResult NetworkStream::receive(void* to, std::size_t room, std::size_t& got)
+{
+    Transfer transfer;
+    {
+        Lock const lock(m_lock);
+        transfer = m_transfer;
+        m_waitsSince = Clock::now();
+    }
+    HttpResult const result =
+        transfer ? transfer->read(to, room, got) : HttpResult::Cancelled;
+    Lock const lock(m_lock);
+    m_waitsSince.reset();
+    return result;
+}
+
+HttpFault NetworkStream::receivingFault() const
+{
+    Lock const lock(m_lock);
+    return m_transfer ? m_transfer->fault() : HttpFault();
+}
+
+bool NetworkStream::pauseBefore(unsigned int attempt, milliseconds time)
+{
+    Lock lock(m_lock);
+    if (isClosedLocked())
+        return false;
+    m_phase = Phase::Reconnecting;
+    m_attempt = attempt;
+    return !m_wake.wait_for(lock, time, [this] { return isClosedLocked() || m_interrupted; });
+}
+
+void NetworkStream::isReconnected()
+{
+    Lock const lock(m_lock);
+    if (!isClosedLocked())
+        m_phase = Phase::Open;
+}
+
+bool NetworkStream::isClosed() const
+{
+    Lock const lock(m_lock);
+    return isClosedLocked();
+}
+
+bool NetworkStream::wasInterrupted() const
+{
+    Lock const lock(m_lock);
+    return m_interrupted;
+}
+
+/// What a Close has ended has not failed.
+void NetworkStream::fail(HttpFault const& fault)
+{
+    Lock const lock(m_lock);
+    if (!isClosedLocked())
+        m_fault = fault;
+}
+
+void NetworkStream::setContentType(std::string const& header)
+{
+    std::string type = header.substr(0, header.find_first_of("; \t"));
+    for (char& c : type)
+        if (c >= 'A' && c <= 'Z')
+            c = static_cast<char>(c - 'A' + 'a');
+    Lock const lock(m_lock);
+    m_contentType = type;
+}
+
+}} // namespace avr::host

@@ -1,0 +1,347 @@
+#include "CurlFault.h"
+#include "CurlHandles.h"
+#include "decoder/Export.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <utility>
+
+#include <sys/socket.h>
+
+namespace avr { namespace host {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+constexpr long LargestChunk = 64 * 1024; ///< that libcurl brings at once
+constexpr long MostRedirects = 10;
+constexpr std::size_t MostHeaderBytes = 64 * 1024;
+
+/// A transfer that runs on the thread that wants its bytes; nothing happens between the calls.
+class CurlTransfer final : public HttpTransfer {
+public:
+    explicit CurlTransfer(HttpRequest const& request);
+    ~CurlTransfer() override;
+    CurlTransfer(CurlTransfer const&) = delete;
+
+    HttpResult begin(HttpAnswer& answer) override;
+    HttpResult read(void* to, std::size_t room, std::size_t& got) override;
+    HttpFault fault() const override { return m_fault.fault; }
+    void interrupt() override
+    {
+        m_interrupted = true;
+        curl_multi_wakeup(m_curl->multi);
+    }
+    void cancel() override
+    {
+        m_cancelled = true;
+        curl_multi_wakeup(m_curl->multi);
+    }
+
+private:
+    template <class Value>
+    void set(CURLoption option, Value value)
+    {
+        m_ready = curl_easy_setopt(m_curl->easy, option, value) == CURLE_OK && m_ready;
+    }
+    void setUp(HttpRequest const& request);
+    void setCallbacks();
+    bool makeProgress();
+    void noteEnd();
+    HttpResult drive(bool (CurlTransfer::*done)() const);
+    bool hasHead() const { return m_headIsWhole; }
+    bool hasBytes() const { return m_filled != 0; }
+    std::size_t takeRest();
+    std::size_t take(const std::uint8_t* data, std::size_t bytes);
+    void takeHeaderLine(std::string const& line);
+    HttpResult fail(int number, const char* text);
+
+    static std::size_t onBody(char* data, std::size_t, std::size_t bytes, void* self);
+    static std::size_t onHeader(char* data, std::size_t, std::size_t bytes, void* self);
+    static int onLookUp(void*, void*, void* self);
+    static curl_socket_t onSocket(void* self, curlsocktype, curl_sockaddr* address);
+    static int onConnected(void* self, char*, char*, int, int);
+
+    std::unique_ptr<CurlHandles> m_curl = std::make_unique<CurlHandles>();
+    milliseconds const m_connectLimit;
+    milliseconds const m_stallLimit;
+    std::atomic<bool> m_cancelled{false};
+    std::atomic<bool> m_interrupted{false};
+    bool m_ready = true;     ///< libcurl has taken every wish
+    bool m_lookingUp = false; ///< the system looks for the host
+    bool m_connected = false;
+    Clock::time_point m_progressAt; ///< of the last byte, or step towards one
+    char m_words[CURL_ERROR_SIZE] = {};
+
+    HttpAnswer m_answer;
+    std::size_t m_headerBytes = 0;
+    bool m_headIsWhole = false;
+    bool m_ended = false;
+    CurlFault m_fault; ///< once it has ended
+
+    // Where the body goes: into the reader's memory, the rest aside.
+    std::uint8_t* m_to = nullptr;
+    std::size_t m_room = 0;
+    std::size_t m_filled = 0;
+    std::vector<std::uint8_t> m_rest;
+    std::size_t m_restTaken = 0;
+    bool m_paused = false;
+};
+
+CurlTransfer::CurlTransfer(HttpRequest const& request)
+    : m_connectLimit(request.connectLimit), m_stallLimit(request.stallLimit)
+{
+    m_curl->multi = curl_multi_init();
+    m_curl->easy = curl_easy_init();
+    m_ready = m_curl->multi && m_curl->easy;
+    for (std::string const& header : request.headers)
+        if (curl_slist* const longer = curl_slist_append(m_curl->headers, header.c_str()))
+            m_curl->headers = longer;
+        else
+            m_ready = false;
+    if (m_ready)
+        setUp(request);
+    if (m_ready)
+        setCallbacks();
+    m_ready = m_ready && curl_multi_add_handle(m_curl->multi, m_curl->easy) == CURLM_OK;
+}
+
+CurlTransfer::~CurlTransfer()
+{
+    if (!m_lookingUp)
+        return;
+    curl_easy_setopt(m_curl->easy, CURLOPT_ERRORBUFFER, nullptr);
+    abandon(std::move(m_curl));
+}
+
+void CurlTransfer::setUp(HttpRequest const& request)
+{
+    set(CURLOPT_URL, request.url.c_str());
+    set(CURLOPT_PROTOCOLS_STR, "http,https");
+    set(CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    set(CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_1_1});
+    set(CURLOPT_FOLLOWLOCATION, 1L);
+    set(CURLOPT_MAXREDIRS, MostRedirects);
+    set(CURLOPT_HTTPHEADER, m_curl->headers);
+    // Old radio servers begin their answer so.
+    static curl_slist* const radio = curl_slist_append(nullptr, "ICY 200 OK");
+    set(CURLOPT_HTTP200ALIASES, radio);
+    set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(m_connectLimit.count()));
+    set(CURLOPT_BUFFERSIZE, LargestChunk);
+    set(CURLOPT_TCP_KEEPALIVE, 1L);
+    set(CURLOPT_NOSIGNAL, 1L);
+    set(CURLOPT_ERRORBUFFER, m_words);
+}
+
+void CurlTransfer::setCallbacks()
+{
+    set(CURLOPT_WRITEFUNCTION, onBody);
+    set(CURLOPT_WRITEDATA, this);
+    set(CURLOPT_HEADERFUNCTION, onHeader);
+    set(CURLOPT_HEADERDATA, this);
+    set(CURLOPT_RESOLVER_START_FUNCTION, onLookUp);
+    set(CURLOPT_RESOLVER_START_DATA, this);
+    set(CURLOPT_OPENSOCKETFUNCTION, onSocket);
+    set(CURLOPT_OPENSOCKETDATA, this);
+    set(CURLOPT_PREREQFUNCTION, onConnected);
+    set(CURLOPT_PREREQDATA, this);
+}
+
+int CurlTransfer::onLookUp(void*, void*, void* self)
+{
+    auto& transfer = *static_cast<CurlTransfer*>(self);
+    transfer.m_lookingUp = true;
+    transfer.m_connected = false;
+    transfer.m_progressAt = Clock::now();
+    return 0;
+}
+
+curl_socket_t CurlTransfer::onSocket(void* self, curlsocktype, curl_sockaddr* address)
+{
+    static_cast<CurlTransfer*>(self)->m_lookingUp = false;
+    return socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+}
+
+int CurlTransfer::onConnected(void* self, char*, char*, int, int)
+{
+    auto& transfer = *static_cast<CurlTransfer*>(self);
+    transfer.m_lookingUp = false;
+    transfer.m_connected = true;
+    transfer.m_progressAt = Clock::now();
+    return CURL_PREREQFUNC_OK;
+}
+
+std::size_t CurlTransfer::onHeader(char* data, std::size_t, std::size_t bytes, void* self)
+{
+    auto& transfer = *static_cast<CurlTransfer*>(self);
+    transfer.m_progressAt = Clock::now();
+    transfer.m_headerBytes += bytes;
+    if (transfer.m_headIsWhole) // what comes behind a body in chunks
+        return bytes;
+    if (transfer.m_headerBytes > MostHeaderBytes)
+        return 0;
+    transfer.takeHeaderLine(std::string(data, bytes));
+    return bytes;
+}
+
+/// Each answer on the way begins with a line without a colon and ends with an empty one.
+void CurlTransfer::takeHeaderLine(std::string const& line)
+{
+    std::size_t const end = line.find_last_not_of("\r\n") + 1;
+    std::size_t const colon = line.find(':');
+    long status = 0;
+    curl_easy_getinfo(m_curl->easy, CURLINFO_RESPONSE_CODE, &status);
+    m_answer.status = static_cast<int>(status);
+    bool const leadsOn = status / 100 == 1 ||
+                         (status / 100 == 3 && m_answer.headers.count("location") != 0);
+    if (end == 0) {
+        m_headIsWhole = !leadsOn;
+    } else if (line.compare(0, 5, "HTTP/") == 0 || line.compare(0, 4, "ICY ") == 0) {
+        m_answer.headers.clear();
+    } else if (colon < end) {
+        std::string name = line.substr(0, colon);
+        std::transform(name.begin(), name.end(), name.begin(), [](char c) {
+            return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+        });
+        std::size_t const value = line.find_first_not_of(" \t", colon + 1);
+        m_answer.headers[name] = value < end ? line.substr(value, end - value) : std::string();
+    }
+}
+
+std::size_t CurlTransfer::onBody(char* data, std::size_t, std::size_t bytes, void* self)
+{
+    auto& transfer = *static_cast<CurlTransfer*>(self);
+    if (transfer.m_restTaken < transfer.m_rest.size()) {
+        transfer.m_paused = true;
+        return CURL_WRITEFUNC_PAUSE;
+    }
+    transfer.m_progressAt = Clock::now();
+    return transfer.take(reinterpret_cast<const std::uint8_t*>(data), bytes);
+}
+
+std::size_t CurlTransfer::take(const std::uint8_t* data, std::size_t bytes)
+{
+    std::size_t const direct = std::min(bytes, m_room - m_filled);
+    if (direct != 0)
+        std::memcpy(m_to + m_filled, data, direct);
+    m_filled += direct;
+    m_rest.assign(data + direct, data + bytes);
+    m_restTaken = 0;
+    return bytes;
+}
+
+HttpResult CurlTransfer::begin(HttpAnswer& answer)
+{
+    if (!m_ready)
+        return fail(ENOMEM, "the network cannot be used: out of memory");
+    m_progressAt = Clock::now();
+    HttpResult const result = drive(&CurlTransfer::hasHead);
+    if (result != HttpResult::Ok)
+        return result == HttpResult::Finished ? fail(EPROTO, "the server's answer is broken")
+                                              : result;
+    const char* url = nullptr;
+    curl_easy_getinfo(m_curl->easy, CURLINFO_EFFECTIVE_URL, &url);
+    m_answer.url = url ? url : "";
+    answer = m_answer;
+    return HttpResult::Ok;
+}
+
+HttpResult CurlTransfer::read(void* to, std::size_t room, std::size_t& got)
+{
+    m_to = static_cast<std::uint8_t*>(to);
+    m_room = room;
+    m_filled = 0;
+    HttpResult result = HttpResult::Ok;
+    if (takeRest() == 0)
+        result = drive(&CurlTransfer::hasBytes);
+    got = m_filled;
+    m_to = nullptr;
+    m_room = m_filled = 0;
+    return result;
+}
+
+/// What was put aside at the last call.
+std::size_t CurlTransfer::takeRest()
+{
+    m_filled = std::min(m_room, m_rest.size() - m_restTaken);
+    if (m_filled != 0)
+        std::memcpy(m_to, m_rest.data() + m_restTaken, m_filled);
+    m_restTaken += m_filled;
+    return m_filled;
+}
+
+/// Runs the transfer until it has what is wanted.
+HttpResult CurlTransfer::drive(bool (CurlTransfer::*done)() const)
+{
+    m_progressAt = Clock::now(); // nobody has run it since the last call
+    if (std::exchange(m_paused, false))
+        curl_easy_pause(m_curl->easy, CURLPAUSE_CONT);
+    for (;;) {
+        if (m_cancelled)
+            return HttpResult::Cancelled;
+        if (!m_ended && !makeProgress())
+            return fail(EIO, "the network library failed");
+        if ((this->*done)())
+            return HttpResult::Ok;
+        if (m_ended)
+            return m_fault.result;
+        if (m_interrupted.exchange(false))
+            return HttpResult::Interrupted;
+        // The time for connecting is libcurl's to watch.
+        auto const silent = std::chrono::duration_cast<milliseconds>(Clock::now() - m_progressAt);
+        milliseconds const limit = m_connected ? m_stallLimit : m_connectLimit + m_stallLimit;
+        if (silent >= limit)
+            return fail(ETIMEDOUT, m_headIsWhole ? "the server sends nothing more; try again later"
+                                                 : "the server does not answer; try again later");
+        curl_multi_poll(m_curl->multi, nullptr, 0, static_cast<int>((limit - silent).count()),
+                        nullptr);
+    }
+}
+
+bool CurlTransfer::makeProgress()
+{
+    int running = 0;
+    if (curl_multi_perform(m_curl->multi, &running) != CURLM_OK)
+        return false;
+    if (running == 0)
+        noteEnd();
+    return true;
+}
+
+void CurlTransfer::noteEnd()
+{
+    int left = 0;
+    while (CURLMsg const* const message = curl_multi_info_read(m_curl->multi, &left))
+        if (message->msg == CURLMSG_DONE) {
+            m_ended = true;
+            m_lookingUp = false;
+            m_fault = explainCurl(message->data.result, m_curl->easy, m_words);
+        }
+}
+
+HttpResult CurlTransfer::fail(int number, const char* text)
+{
+    m_ended = true;
+    m_fault = {HttpResult::Failed, {number, text}};
+    return m_fault.result;
+}
+
+std::unique_ptr<HttpTransfer> makeTransfer(HttpRequest const& request)
+{
+    return std::make_unique<CurlTransfer>(request);
+}
+
+} // namespace
+
+/// Before anything else of libcurl, and on one thread.
+[[maybe_unused]] CURLcode const begun = curl_global_init(CURL_GLOBAL_DEFAULT);
+
+extern "C" AVR_API const HttpModule avr_http_module;
+const HttpModule avr_http_module = {makeTransfer, waitForAbandoned};
+
+}} // namespace avr::host
