@@ -33,7 +33,9 @@ public:
     /// Sizes in bytes. The buffer grows with the data, to 16 MiB at most; the thresholds are
     /// clamped to it. They may be set before or after StartBuffering.
     void SetMaxBufferSize(unsigned int bytes);
+    /// Fill from which Read gives data.
     void SetStartThreashold(unsigned int bytes);
+    /// Fill down to which it does.
     void SetStopThreashold(unsigned int bytes);
 
     /// Starts the filling thread; a second call changes nothing.

@@ -13,8 +13,9 @@ struct MimeTypeInfo {
 };
 static_assert(sizeof(MimeTypeInfo) == 4 * sizeof(void*), "the registry walks it by words");
 
-/// The platform's table and its number of records.
+/// The platform's table.
 extern AVR_API const MimeTypeInfo mimeinfo_list[];
+/// Its number of records.
 extern AVR_API const unsigned int MimeTypeInfoSize;
 
 }} // namespace kiv::mimetype_ex

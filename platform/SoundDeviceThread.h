@@ -13,6 +13,7 @@ public:
 
     /// Sets or clears the end mark: no more PCM of this track will come.
     virtual void putEofMark(bool mark) = 0;
+    /// Whether the mark is set.
     virtual bool getEofMark() = 0;
 
     /// True when the mark is set and everything queued has been heard; also when nothing was ever

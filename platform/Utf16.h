@@ -2,6 +2,8 @@
 
 #include "decoder/Export.h"
 
+/// @file
+/// Text as the titles in WMA streams have it.
 extern "C" {
 
 /// Converts text. Any thread.

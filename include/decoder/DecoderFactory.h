@@ -17,14 +17,17 @@ namespace Avr { namespace Decoder {
 /// then come from any thread. The decoders are not owned and never destroyed.
 class AVR_API DecoderFactory {
 public:
+    /// The process's registry. Any thread.
     static DecoderFactory& Instance();
 
     /// Enters the decoder under the lower-cased key; a later registration replaces an earlier one.
     void RegisterFormat(std::string const& format, kiv::appli::IDecoder* decoder);
+    /// The same under a MIME type.
     void RegisterMimeType(std::string const& mimeType, kiv::appli::IDecoder* decoder);
 
     /// @return the decoder, or null when there is none
     kiv::appli::IDecoder* LookupFromFormat(std::string const& format) const;
+    /// The same for a MIME type.
     kiv::appli::IDecoder* LookupFromMimeType(std::string const& mimeType) const;
 
 private:
@@ -43,8 +46,9 @@ private:
 /// registers a fresh set; the decoders handed out before stay valid.
 AVR_API void InitDecoder();
 
-/// DecoderFactory::Instance()'s look-ups.
+/// The process's registry's look-up by format name.
 AVR_API kiv::appli::IDecoder* LookupFromFormat(std::string const& format);
+/// The same by MIME type.
 AVR_API kiv::appli::IDecoder* LookupFromMimeType(std::string const& mimeType);
 
 }} // namespace Avr::Decoder

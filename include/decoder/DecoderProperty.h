@@ -6,6 +6,7 @@ namespace kiv { namespace appli {
 
 /// What SetProperty and GetProperty name. Values are decimal text; CodecName is plain text.
 struct DecoderPropTypeBase {
+    /// The properties.
     enum Value : int {
         SampleRate = 0,    ///< Hz
         BitsPerSample = 1, ///< bits

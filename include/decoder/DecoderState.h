@@ -6,6 +6,7 @@ namespace kiv { namespace appli {
 
 /// The states of a decoder. A run is everything from Open to the close event.
 struct DecoderStateBase {
+    /// The states.
     enum Value : int {
         Error = 0,          ///< no stream, or it could not be opened, or a read failed
         Closed = 1,         ///< before the first run and after each

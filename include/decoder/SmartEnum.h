@@ -7,8 +7,11 @@ namespace kiv { namespace appli {
 template <class Base>
 class smart_enum : public Base {
 public:
+    /// The value 0.
     smart_enum() = default;
+    /// Of any value, named or not.
     smart_enum(int value) : m_value(value) {} // NOLINT: values convert freely, as plain enums do
+    /// The value.
     operator int() const { return m_value; }
 
 private:

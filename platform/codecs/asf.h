@@ -2,15 +2,16 @@
 
 #include "decoder/Export.h"
 
-// The reader of ASF files, from which the WMA codecs take their input. On a device it is the
-// maker's own library. The decoder library only passes these functions on to the codecs, which call
-// them; so what they hand to each other is theirs to say, but for the functions' types.
-//
-// The scratch area belongs to the caller, zeroed before ASF_parseAsfHeader; there is no call that
-// ends its use. The calls for one scratch come from one thread at a time.
+/// @file
+/// The reader of ASF files, from which the WMA codecs take their input. On a device it is the
+/// maker's own library. The decoder library only passes these functions on to the codecs, which
+/// call them; so what they hand to each other is theirs to say, but for the functions' types.
+///
+/// The scratch area belongs to the caller, zeroed before ASF_parseAsfHeader; there is no call that
+/// ends its use. The calls for one scratch come from one thread at a time.
 extern "C" {
 
-constexpr unsigned int ASF_ScratchBytes = 780;
+constexpr unsigned int ASF_ScratchBytes = 780; ///< of the scratch area
 
 /// fread's shape, but it returns bytes: all that was asked for, or 0.
 typedef int (*ASF_ReadFunction)(void* destination, unsigned short elementSize,
@@ -20,22 +21,22 @@ typedef int (*ASF_SeekFunction)(void* context, int offset, int whence);
 
 /// Where the reader gets its input.
 struct __wma_parser_params_common {
-    void* context; ///< goes to both
-    ASF_ReadFunction read;
-    ASF_SeekFunction seek;
+    void* context;         ///< goes to both
+    ASF_ReadFunction read; ///< the next bytes
+    ASF_SeekFunction seek; ///< moves on or back
 };
 
 /// An audio stream, as the file's header has it.
 struct __wma_parser_stream_params {
-    unsigned short formatTag; ///< 0x160, 0x161: WMA; 0x163: lossless
-    unsigned short channels;
-    unsigned int samplingRate;   ///< Hz
-    unsigned int bytesPerSecond; ///< of the coded stream
-    unsigned short blockAlign;   ///< bytes of a coded block
-    unsigned short bitsPerSample;
-    unsigned int duration;       ///< ms; 0 when the file can not be positioned
-    unsigned short audioStreams; ///< in the file
-    unsigned short extraBytes;
+    unsigned short formatTag;       ///< 0x160, 0x161: WMA; 0x163: lossless
+    unsigned short channels;        ///< count
+    unsigned int samplingRate;      ///< Hz
+    unsigned int bytesPerSecond;    ///< of the coded stream
+    unsigned short blockAlign;      ///< bytes of a coded block
+    unsigned short bitsPerSample;   ///< bits
+    unsigned int duration;          ///< ms; 0 when the file can not be positioned
+    unsigned short audioStreams;    ///< in the file
+    unsigned short extraBytes;      ///< of extraData
     const unsigned char* extraData; ///< the codec's own; stays valid while the scratch is used
 };
 

@@ -4,24 +4,26 @@
 
 #include <cstdint>
 
-// The AAC codec (LC; of HE streams the LC core). On a device it is the maker's own library.
-//
-// The caller owns every area; none has to be initialised before VAAC_init, and there is no call
-// that ends their use. The calls for one instance come from one thread at a time. An instance that
-// was never begun takes no input and gives fatal errors. The host has room for 64 of them: then the
-// one that was not used for the longest goes.
+/// @file
+/// The AAC codec (LC; of HE streams the LC core). On a device it is the maker's own library.
+///
+/// The caller owns every area; none has to be initialised before VAAC_init, and there is no call
+/// that ends their use. The calls for one instance come from one thread at a time. An instance that
+/// was never begun takes no input and gives fatal errors. The host has room for 64 of them: then
+/// the one that was not used for the longest goes.
 extern "C" {
 
-constexpr unsigned int VAAC_InstanceBytes = 4096;
-constexpr unsigned int VAAC_WorkBytes = 4096;
-constexpr unsigned int VAAC_FrameSamples = 1024; ///< of a channel
-constexpr unsigned int VAAC_Planes = 2;          ///< of VAAC_FrameSamples 16-bit samples each
+constexpr unsigned int VAAC_InstanceBytes = 4096; ///< of the instance area
+constexpr unsigned int VAAC_WorkBytes = 4096;     ///< of the work area
+constexpr unsigned int VAAC_FrameSamples = 1024;  ///< of a channel
+constexpr unsigned int VAAC_Planes = 2;           ///< of VAAC_FrameSamples 16-bit samples each
 
 /// What VAAC_init's fileType says of the input.
 enum VAAC_FileType : int { VAAC_Adif = 0, VAAC_Adts = 1, VAAC_Mp4 = 2 };
 /// VAAC_decode's error after which the stream cannot go on.
 constexpr int VAAC_FatalError = 2;
 
+/// What the input does not say.
 struct VAAC_Config {
     void (*randState)(int* state); ///< seeds the noise that a stream may ask for; may be null
     std::uint32_t samplingRate;    ///< Hz; of an MP4 track, else ignored
@@ -54,6 +56,7 @@ AVR_API int VAAC_notifyDecoder(int bytes, void* instance);
 /// @return 0; an error, VAAC_FatalError or another
 AVR_API int VAAC_decode(void* instance, std::int16_t* pcm, void* work);
 
+/// Describes the last frame.
 AVR_API void VAAC_getInfo(void* instance, VAAC_StreamInfo* info);
 
 } // extern "C"

@@ -4,11 +4,12 @@
 
 #include <cstdint>
 
-// The splitter of ADTS streams. On a device it is the maker's own library. The calls for one state
-// come from one thread at a time.
+/// @file
+/// The splitter of ADTS streams. On a device it is the maker's own library. The calls for one state
+/// come from one thread at a time.
 extern "C" {
 
-constexpr unsigned int VMP2_StateBytes = 256;
+constexpr unsigned int VMP2_StateBytes = 256;  ///< of the state
 constexpr unsigned int VMP2_FrameBytes = 4616; ///< of the frame buffer; longer frames are skipped
 
 /// fread's shape, but it returns bytes: all that was asked for, or 0 at the end.
@@ -17,9 +18,10 @@ typedef unsigned int (*VMP2_ReadFunction)(void* destination, unsigned int elemen
 /// fseek's shape; the host does not seek. @return 0, or -1
 typedef int (*VMP2_SeekFunction)(void* context, long offset, int origin);
 
+/// Where the splitter gets its input.
 struct VMP2_Config {
-    VMP2_ReadFunction read;
-    VMP2_SeekFunction seek;
+    VMP2_ReadFunction read;        ///< the next bytes
+    VMP2_SeekFunction seek;        ///< moves on or back
     void* context;                 ///< goes to both
     unsigned char* frameBuffer;    ///< for the splitter's use; the host needs none
     unsigned int frameBufferBytes; ///< VMP2_FrameBytes

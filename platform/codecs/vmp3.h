@@ -4,12 +4,13 @@
 
 #include <cstdint>
 
-// The MP3 codec: MPEG-1, 2 and 2.5 Layer III. On a device it is the maker's own library.
-//
-// The caller owns every area; none has to be initialised before VMP3_init, and there is no call
-// that ends their use: the codec keeps nothing of its own in them that would have to be released.
-// The calls for one data object come from one thread at a time; different objects are independent.
-// The host has room for 64 of them: then the one that was not used for the longest goes.
+/// @file
+/// The MP3 codec: MPEG-1, 2 and 2.5 Layer III. On a device it is the maker's own library.
+///
+/// The caller owns every area; none has to be initialised before VMP3_init, and there is no call
+/// that ends their use: the codec keeps nothing of its own in them that would have to be released.
+/// The calls for one data object come from one thread at a time; different objects are independent.
+/// The host has room for 64 of them: then the one that was not used for the longest goes.
 extern "C" {
 
 constexpr unsigned int VMP3_InputBytes = 2048;     ///< of the input buffer
@@ -27,9 +28,10 @@ struct VMP3_InputDescriptor {
     unsigned char* buffer;    ///< for the codec's use, VMP3_InputBytes
     std::uint16_t bufferSize; ///< VMP3_InputBytes
     void* context;            ///< goes to `read`
-    VMP3_ReadFunction read;
+    VMP3_ReadFunction read;   ///< the next bytes
 };
 
+/// Of the stream.
 struct VMP3_StreamInfo {
     std::uint32_t samplingRate; ///< Hz
     std::uint16_t channels;     ///< 1 or 2
@@ -47,9 +49,8 @@ AVR_API int VMP3_init(void* instance, VMP3_InputDescriptor* descriptor, void* da
 /// their size. Once there was a frame, a tag is skipped in slices: each ends the call with 1, so
 /// that one call reads no more than some 100 KiB of it.
 /// After a failed read the next call looks for a frame anew, wherever the input goes on.
-/// @return 0, or 1 after a slice of a tag; other values: the input has ended, or there is no frame
-/// in
-///         reach
+/// @return 0, or 1 after a slice of a tag; other values: the input has ended, or there is no
+///         frame in reach
 AVR_API int VMP3_fetchFrame(void* dataObject);
 
 /// Decodes the next part of the fetched frame.

@@ -4,11 +4,12 @@
 
 #include <cstdint>
 
-// The demultiplexer of MP4 files. On a device it is the maker's own library. The calls for one
-// state come from one thread at a time.
+/// @file
+/// The demultiplexer of MP4 files. On a device it is the maker's own library. The calls for one
+/// state come from one thread at a time.
 extern "C" {
 
-constexpr unsigned int VMP4_StateBytes = 256;
+constexpr unsigned int VMP4_StateBytes = 256; ///< of the state
 
 /// fread's shape, but it returns bytes: all that was asked for, or 0 at the end.
 typedef unsigned int (*VMP4_ReadFunction)(void* destination, unsigned int elementSize,
@@ -16,10 +17,11 @@ typedef unsigned int (*VMP4_ReadFunction)(void* destination, unsigned int elemen
 /// fseek's shape. @return 0, or -1
 typedef int (*VMP4_SeekFunction)(void* context, long offset, int origin);
 
+/// Where the demultiplexer gets its input.
 struct VMP4_Config {
-    VMP4_ReadFunction read;
-    VMP4_SeekFunction seek;
-    void* context; ///< goes to both
+    VMP4_ReadFunction read; ///< the next bytes
+    VMP4_SeekFunction seek; ///< moves on or back
+    void* context;          ///< goes to both
 };
 
 /// What VMP4_open found of the audio track; zeros when there is none.

@@ -2,23 +2,24 @@
 
 #include "platform/codecs/wma.h"
 
-// The codec of WMA Lossless. On a device it is the maker's own library. Ownership and threads are
-// as in wma.h.
+/// @file
+/// The codec of WMA Lossless. On a device it is the maker's own library. Ownership and threads are
+/// as in wma.h.
 extern "C" {
 
-constexpr unsigned int WMAL_StateBytes = 88776;
-constexpr unsigned int WMAL_WorkBytes = 262144;
+constexpr unsigned int WMAL_StateBytes = 88776; ///< of the state
+constexpr unsigned int WMAL_WorkBytes = 262144; ///< of the work area
 
 /// What WMAL_init finds.
 struct __wmal_info {
-    std::int16_t channels; ///< in the file
-    std::int16_t unused1;
-    std::uint32_t samplingRate; ///< Hz
-    std::uint32_t duration;     ///< ms; 0 = unknown
-    std::uint32_t bitRate;      ///< bits per second
-    std::uint16_t bitsPerSample;
-    std::uint16_t unused2;
-    std::uint16_t unused3;
+    std::int16_t channels;        ///< in the file
+    std::int16_t unused1;         ///< not set
+    std::uint32_t samplingRate;   ///< Hz
+    std::uint32_t duration;       ///< ms; 0 = unknown
+    std::uint32_t bitRate;        ///< bits per second
+    std::uint16_t bitsPerSample;  ///< bits
+    std::uint16_t unused2;        ///< not set
+    std::uint16_t unused3;        ///< not set
     std::uint16_t outputBitDepth; ///< *bytes* of an output sample: 2, or 3 (packed)
     std::uint16_t dstChannel;     ///< channels of the output
 };
@@ -30,19 +31,19 @@ static_assert(offsetof(__wmal_info, samplingRate) == 4 &&
 
 /// What it works with. All of it stays valid as long as the state is used.
 struct __wmal_params {
-    std::uint32_t unused1; ///< 0
-    std::uint32_t unused2; ///< 0
-    std::int16_t flag1;    ///< 1
-    std::int16_t flag2;    ///< 1
-    __wmal_info* info;
-    int* work;     ///< WMAL_WorkBytes
-    void* context; ///< goes to read and seek
-    ASF_ReadFunction read;
-    ASF_SeekFunction seek;
-    WMA_ParseFunction parseAsfHeader;
-    WMA_InputFunction fileGetInput;
-    WMA_PositionFunction asfSeek;
-    void* parserScratch; ///< ASF_ScratchBytes
+    std::uint32_t unused1;            ///< 0
+    std::uint32_t unused2;            ///< 0
+    std::int16_t flag1;               ///< 1
+    std::int16_t flag2;               ///< 1
+    __wmal_info* info;                ///< filled by WMAL_init
+    int* work;                        ///< WMAL_WorkBytes
+    void* context;                    ///< goes to read and seek
+    ASF_ReadFunction read;            ///< the next bytes of the file
+    ASF_SeekFunction seek;            ///< moves in the file
+    WMA_ParseFunction parseAsfHeader; ///< ASF_parseAsfHeader
+    WMA_InputFunction fileGetInput;   ///< ASF_fileGetInput
+    WMA_PositionFunction asfSeek;     ///< ASF_seek
+    void* parserScratch;              ///< ASF_ScratchBytes
 };
 static_assert(sizeof(void*) != 4 ||
                   (sizeof(__wmal_params) == 48 && offsetof(__wmal_params, info) == 12 &&
