@@ -1,17 +1,26 @@
 # What `cmake --install` lays down, and how other projects find it. The installed tree may be moved
-# as a whole: nothing in it names its own place.
+# as a whole: nothing in it names its own place. A component is named after its Debian package.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS avrdecoder avrplatform avrcodecs avrmp4 avrhttp
-        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+foreach(name decoder platform)
+  install(TARGETS avr${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+          COMPONENT libavr${name}1 NAMELINK_COMPONENT libavrdecoder-dev)
+endforeach()
+install(TARGETS avrcodecs avrmp4 avrhttp LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        COMPONENT libavrplatform1)
 # The libraries find each other in their own folder, where a device puts its platform.
 set_target_properties(avrdecoder avrplatform PROPERTIES INSTALL_RPATH "$ORIGIN")
 if(TARGET avrplay)
   file(RELATIVE_PATH avr_libs_from_bin ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
   set_target_properties(avrplay PROPERTIES INSTALL_RPATH "$ORIGIN/${avr_libs_from_bin}")
-  install(TARGETS avrplay RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(TARGETS avrplay RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT avrplay)
+  install(FILES ${PROJECT_BINARY_DIR}/player/avrplay.1.gz
+          DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT avrplay)
+  install(FILES player/avrplay.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+          RENAME avrplay COMPONENT avrplay)
 endif()
 
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME libavrdecoder-dev)
 # Headers keep their folders, so that they are included as they are here: "decoder/IDecoder.h".
 set(avr_headers ${CMAKE_INSTALL_INCLUDEDIR}/avrdecoder)
 install(DIRECTORY include/decoder platform DESTINATION ${avr_headers} FILES_MATCHING PATTERN *.h)
@@ -36,3 +45,4 @@ write_basic_package_version_file(AvrDecoderConfigVersion.cmake COMPATIBILITY Sam
 install(FILES ${PROJECT_BINARY_DIR}/AvrDecoderConfig.cmake
               ${PROJECT_BINARY_DIR}/AvrDecoderConfigVersion.cmake
         DESTINATION ${avr_package})
+include(DebianPackages)
