@@ -28,6 +28,9 @@ install(FILES host/sound/SoundDevice.h host/sound/ISoundSink.h host/sound/Sinks.
         DESTINATION ${avr_headers}/host/sound)
 install(FILES host/stream/FileStream.h DESTINATION ${avr_headers}/host/stream)
 
+install(FILES examples/minimal_player.cpp
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libavrdecoder-dev/examples)
+
 # pkg-config: avrdecoder
 file(RELATIVE_PATH avr_pc_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" avr_pc_prefix ${avr_pc_prefix})

@@ -1,7 +1,7 @@
 # Builds and runs the consumers with what pkg-config says of an installed tree.
-# pkg-config.sh COMPILER TREE LIBDIR CONSUMER_SOURCES WORK_DIR
+# pkg-config.sh COMPILER TREE LIBDIR CONSUMER_SOURCES EXAMPLE WORK_DIR
 set -eu
-compiler=$1 tree=$2 libdir=$2/$3 sources=$4 work=$5
+compiler=$1 tree=$2 libdir=$2/$3 sources=$4 example=$5 work=$6
 
 export PKG_CONFIG_LIBDIR="$libdir/pkgconfig"
 cflags=$(pkg-config --cflags avrdecoder)
@@ -22,3 +22,5 @@ for user in decoder_user platform_user; do
     "$compiler" -std=c++17 $cflags "$sources/$user.cpp" -o "$user" $libs -Wl,-rpath,"$libdir"
     "./$user"
 done
+"$compiler" -std=c++17 -Wall -Wextra -Werror $cflags "$example" -o minimal_player $libs \
+    -Wl,-rpath,"$libdir"
