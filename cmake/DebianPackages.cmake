@@ -65,8 +65,8 @@ endfunction()
 avr_debian_package(libavrplatform1 SECTION libs
   SUMMARY "platform of the audio decoding library on Linux PCs and boards"
   TEXT "Files, read-ahead buffer, sound output over ALSA, MIME table and codecs for
-libavrdecoder: what an AV receiver brings itself. FFmpeg's codecs are in modules
-that are loaded when they are needed.")
+libavrdecoder: what an AV receiver brings itself. FFmpeg's codecs are in
+modules that are loaded when they are needed.")
 avr_debian_package(libavrdecoder1 SECTION contrib/libs OURS libavrplatform1
   CONTAINS libvorbisidec-dev
   SUMMARY "audio decoding library of an AV receiver's player"
