@@ -1,6 +1,7 @@
 // An MMS stream's chunks: what is told of them is the same however they are cut, and packets are as
 // long as their header says. Every second input has a header in front.
 #include "AsfFile.h"
+#include "AsfHeaderFacts.h"
 #include "AsfPadding.h"
 #include "ExactInput.h"
 #include "MmsFraming.h"

@@ -2,37 +2,36 @@
 
 #include "AdtsFrame.h"
 #include "Mp4Atoms.h"
+#include "StreamReader.h"
 #include "platform/codecs/vmp4.h"
-
-#include <fstream>
 
 namespace avr { namespace player {
 
+using Avr::Interface::IReadableStream;
+
 namespace {
 
-unsigned int readFile(void* to, unsigned int elementSize, unsigned int count, void* file)
+unsigned int readStream(void* to, unsigned int elementSize, unsigned int count, void* stream)
 {
-    auto& stream = *static_cast<std::ifstream*>(file);
-    return stream.read(static_cast<char*>(to), std::streamsize{elementSize} * count)
-               ? elementSize * count
-               : 0;
+    std::size_t const bytes = std::size_t{elementSize} * count;
+    return readAll(*static_cast<IReadableStream*>(stream), to, bytes) ? elementSize * count : 0;
 }
 
-int seekFile(void* file, long offset, int)
+int seekStream(void* stream, long offset, int)
 {
-    return static_cast<std::ifstream*>(file)->seekg(offset) ? 0 : -1;
+    return static_cast<IReadableStream*>(stream)->SeekByte(offset) >= 0 ? 0 : -1;
 }
 
 /// What describes the tracks of an MP4 file; empty when that is missing or not whole.
-std::string readMoov(std::string const& path)
+std::string readMoov(IReadableStream& stream)
 {
-    std::ifstream file(path, std::ios::binary);
+    StreamVisit const visit(stream);
+    if (!visit)
+        return {};
     host::Mp4Input input(
-        [&file](std::uint8_t* to, std::size_t bytes) {
-            return !file.read(reinterpret_cast<char*>(to), std::streamsize(bytes)).fail();
-        },
-        [&file](std::uint64_t position) {
-            return !file.seekg(static_cast<std::streamoff>(position)).fail();
+        [&stream](std::uint8_t* to, std::size_t bytes) { return readAll(stream, to, bytes); },
+        [&stream](std::uint64_t position) {
+            return stream.SeekByte(static_cast<long long>(position)) >= 0;
         });
     std::vector<std::uint8_t> const head = host::readMp4Head(input);
     return {head.begin(), head.end()};
@@ -73,22 +72,22 @@ std::string mp4Complaint(std::string const& moov)
 
 bool isMp4(std::string const& head) { return head.size() >= 8 && head.compare(4, 4, "ftyp") == 0; }
 
-std::uint32_t mp4CoreRate(std::string const& path)
+std::uint32_t mp4CoreRate(IReadableStream& stream)
 {
-    std::ifstream file(path, std::ios::binary);
-    VMP4_Config const config = {readFile, seekFile, &file};
+    StreamVisit const visit(stream);
+    VMP4_Config const config = {readStream, seekStream, &stream};
     VMP4_Info info;
     unsigned char state[VMP4_StateBytes];
-    if (VMP4_open(&config, &info, state) != 0)
+    if (!visit || VMP4_open(&config, &info, state) != 0)
         return 0;
     VMP4_close(state);
     return info.samplingRate;
 }
 
-std::string aacComplaint(std::string const& path, std::string const& head)
+std::string aacComplaint(IReadableStream& stream, std::string const& head)
 {
     if (isMp4(head))
-        return mp4Complaint(readMoov(path));
+        return mp4Complaint(readMoov(stream));
     host::AdtsHeader frame;
     bool const isAdts =
         head.size() >= host::AdtsHeader::FixedBytes &&

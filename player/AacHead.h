@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/IReadableStream.h"
+
 #include <cstdint>
 #include <string>
 
@@ -9,11 +11,11 @@ namespace avr { namespace player {
 bool isMp4(std::string const& head);
 
 /// Hz of the AAC in an MP4 file, extensions not counted; 0 when there is none to be played.
-std::uint32_t mp4CoreRate(std::string const& path);
+std::uint32_t mp4CoreRate(Avr::Interface::IReadableStream& stream);
 
 /// One line: why the AAC decoder does not play this file, and what to do. Empty when that is not
 /// to be seen.
 /// @param head  the file's first bytes; the rest is read where it tells more
-std::string aacComplaint(std::string const& path, std::string const& head);
+std::string aacComplaint(Avr::Interface::IReadableStream& stream, std::string const& head);
 
 }} // namespace avr::player

@@ -1,21 +1,21 @@
 #include "AsfHead.h"
 
 #include "AsfHeader.h"
-
-#include <fstream>
+#include "StreamReader.h"
 
 namespace avr { namespace player {
 
+using Avr::Interface::IReadableStream;
+
 namespace {
 
-std::optional<host::AsfHeader> readHeader(std::string const& path)
+std::optional<host::AsfHeader> readHeader(IReadableStream& stream)
 {
-    std::ifstream file(path, std::ios::binary);
+    StreamVisit const visit(stream);
+    if (!visit)
+        return {};
     return host::readAsfHeader(
-        [&file](std::uint8_t* to, std::size_t bytes) {
-            return !file.read(reinterpret_cast<char*>(to), std::streamsize(bytes)).fail();
-        },
-        0);
+        [&stream](std::uint8_t* to, std::size_t bytes) { return readAll(stream, to, bytes); }, 0);
 }
 
 std::string kindOf(unsigned int formatTag)
@@ -36,15 +36,17 @@ std::string kindOf(unsigned int formatTag)
 
 } // namespace
 
-double asfDuration(std::string const& path)
+bool isAsf(std::string const& head) { return head.compare(0, 4, "\x30\x26\xB2\x75") == 0; }
+
+double asfDuration(IReadableStream& stream)
 {
-    std::optional<host::AsfHeader> const header = readHeader(path);
+    std::optional<host::AsfHeader> const header = readHeader(stream);
     return header ? header->duration / 1000.0 : 0;
 }
 
-std::string asfComplaint(std::string const& path)
+std::string asfComplaint(IReadableStream& stream)
 {
-    std::optional<host::AsfHeader> const header = readHeader(path);
+    std::optional<host::AsfHeader> const header = readHeader(stream);
     if (!header)
         return "an ASF file with a damaged header, without audio, or protected; only unprotected "
                "files are played";

@@ -18,8 +18,14 @@ constexpr std::size_t DefaultColumns = 80;
 const char* stateText(Status::State state)
 {
     switch (state) {
+    case Status::State::Connecting:
+        return "connecting";
     case Status::State::Opening:
         return "opening";
+    case Status::State::Waiting:
+        return "waiting for data";
+    case Status::State::Reconnecting:
+        return "reconnecting";
     case Status::State::Playing:
         return "playing";
     case Status::State::Paused:
@@ -58,7 +64,7 @@ std::string statusText(Status const& status, std::size_t columns)
         tail += "  buffer " + std::to_string(status.bufferFill) + '%';
     if (!status.title.empty()) // before the format, which stands in the track's line, too
         tail += "  " + printable(status.title);
-    if (status.state != Status::State::Opening)
+    if (status.info.pcm.rate != 0)
         tail += "  " + status.info.codec + ", " + formatText(status.info);
     std::size_t const used = head.size() + tail.size();
     // What is left of the bar's room when all the rest is shown, or the least that makes a bar.
@@ -78,6 +84,12 @@ void Display::track(std::string const& path, TrackInfo const& info)
     m_notice.clear();
     line("Playing " + printable(path) + ": " + printable(info.codec) + ", " + formatText(info) +
          ", " + durationText(info.duration));
+}
+
+void Display::event(std::string const& text)
+{
+    if (m_style == Style::Lines)
+        line("avrplay: " + printable(text));
 }
 
 void Display::status(Status const& status)

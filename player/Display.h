@@ -9,7 +9,7 @@ namespace avr { namespace player {
 
 /// What the status line shows.
 struct Status {
-    enum class State { Opening, Playing, Paused };
+    enum class State { Connecting, Opening, Playing, Waiting, Reconnecting, Paused };
 
     State state = State::Opening;
     double elapsed = 0; ///< seconds
@@ -41,6 +41,8 @@ public:
     /// Kept until there is a track to be said before.
     void notice(std::string const& text) { m_notice = text; }
     void track(std::string const& path, TrackInfo const& info);
+    /// Something that the status line shows, too; where there is none it is said.
+    void event(std::string const& text);
     /// Draws when something changed, and no more often than Refresh but for a change of state.
     void status(Status const& status);
     void clearStatus();

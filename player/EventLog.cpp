@@ -92,6 +92,12 @@ void EventLog::event(int event, const void* data, unsigned int)
     write(line);
 }
 
+void EventLog::title(std::string const& text)
+{
+    std::lock_guard<std::mutex> const guard(m_lock);
+    write("title " + printable(text) + '\n');
+}
+
 void EventLog::write(std::string const& text)
 {
     int const error = writeText(m_descriptor, text);

@@ -18,6 +18,8 @@ public:
     void begin(std::string const& path);
     void event(int event, const void* data, unsigned int size);
     void pcm(const void* data, unsigned int bytes);
+    /// A title that a radio station put beside its sound.
+    void title(std::string const& text);
     /// After the close event.
     void end();
     /// 0, or the errno of the first line that could not be written.

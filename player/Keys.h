@@ -13,8 +13,11 @@ enum class Key { Pause, Back, Forward, Next, Previous, Quit };
 /// belong to the script that runs us.
 class Keys {
 public:
+    /// @param inputIsSound  standard input is what is played: the keys come from its terminal
+    explicit Keys(bool inputIsSound) : m_terminal(inputIsSound) {}
+
     /// What to poll; -1 when there are no keys.
-    int descriptor() const { return m_terminal.active() && !m_ended ? 0 : -1; }
+    int descriptor() const { return m_ended ? -1 : m_terminal.descriptor(); }
     /// Takes in what was typed; call it when the descriptor is readable. Never blocks.
     void read();
     /// The next key pressed, if there is one. What one track leaves is the next one's.

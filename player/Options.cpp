@@ -11,6 +11,8 @@ namespace avr { namespace player {
 
 namespace {
 
+using kiv::appli::TimeSpec;
+
 constexpr unsigned long MaxRate = 768000;
 constexpr unsigned long MaxChannels = 32;
 
@@ -19,6 +21,7 @@ struct Texts {
     std::string output;
     std::string pcm;
     std::string start;
+    std::string timeout;
     bool probe = false;
     bool formats = false;
     bool help = false;
@@ -35,6 +38,7 @@ void declare(CLI::App& app, Options& options, Texts& texts)
     app.add_option("-f,--format", options.format)->take_last();
     app.add_option("--pcm", texts.pcm)->take_last();
     app.add_option("--start", texts.start)->take_last();
+    app.add_option("--timeout", texts.timeout)->take_last();
     auto* realtime = app.add_flag("--realtime", texts.realtime);
     app.add_flag("--no-realtime", texts.fast)->excludes(realtime);
     app.add_flag("--probe", texts.probe);
@@ -120,6 +124,14 @@ bool takeTexts(Texts const& texts, Options& options, std::string& error)
         error = "--start " + texts.start + ": give seconds, mm:ss or hh:mm:ss, for example 1:30";
         return false;
     }
+    TimeSpec timeout{};
+    if (!texts.timeout.empty() && (!parseTime(texts.timeout, timeout) || toSeconds(timeout) < 0.1 ||
+                                   timeout.seconds > 3600)) {
+        error = "--timeout " + texts.timeout + ": give seconds, for example 20";
+        return false;
+    }
+    if (!texts.timeout.empty())
+        options.timeout = std::chrono::milliseconds(long(toSeconds(timeout) * 1000));
     if (texts.pcm.empty())
         return true;
     if (options.format.empty())

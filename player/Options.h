@@ -5,6 +5,7 @@
 #include "decoder/WaveFormat.h"
 #include "sound/ISoundSink.h"
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,7 @@ struct Options {
     host::PcmFormat pcm{44100, 2, 2}; ///< of headerless PCM
     kiv::appli::TimeSpec start{0, 0};
     bool startGiven = false;
+    std::chrono::milliseconds timeout{20000}; ///< for a server's answer, and for the next byte
     bool json = false;
     bool events = false;
     bool quiet = false;

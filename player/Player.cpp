@@ -2,6 +2,10 @@
 
 #include "Text.h"
 
+#include "stream/MmsStream.h"
+
+#include <algorithm>
+
 #include <unistd.h>
 
 namespace avr { namespace player {
@@ -22,7 +26,10 @@ Display::Style styleOf(Options const& options, int descriptor)
 Player::Player(Options const& options, StandardOutputs const& outputs)
     : m_options(options), m_outputs(outputs), m_signals(m_wakeup),
       m_display(outputs.err(), styleOf(options, outputs.err()))
-{}
+{
+    for (std::string const& file : options.files)
+        m_entries.push_back({file, 0});
+}
 
 int Player::play()
 {
@@ -33,7 +40,9 @@ int Player::play()
         m_log = std::make_unique<EventLog>(pcmOnOut ? m_outputs.err() : m_outputs.out(),
                                            m_options.verbose);
     }
-    m_keys = std::make_unique<Keys>();
+    std::vector<std::string> const& files = m_options.files;
+    bool const hearsInput = std::find(files.begin(), files.end(), "-") != files.end();
+    m_keys = std::make_unique<Keys>(hearsInput);
     playAll();
     m_keys.reset();
     closeOutput();
@@ -44,25 +53,53 @@ int Player::play()
 
 int Player::probe()
 {
-    for (std::string const& path : m_options.files) {
-        if (m_signals.interrupted())
+    for (std::size_t i = 0; i < m_entries.size() && !m_signals.interrupted(); ++i)
+        if (!probeEntry(i))
             break;
-        Probe const found = probeFile(path, m_options, m_wakeup, m_signals);
-        if (!found.error.empty()) {
-            m_failed = true;
-            m_display.error(path + ": " + found.error);
-        }
-        int error = 0;
-        if (m_options.json)
-            error = writeText(m_outputs.out(), probeJson(found));
-        else if (found.error.empty())
-            error = writeText(m_outputs.out(), probeText(found));
-        if (error != 0) {
-            textLost(error);
-            break;
-        }
-    }
     return exitCode();
+}
+
+/// @return false when nothing more can be said
+bool Player::probeEntry(std::size_t entry)
+{
+    Found const found = findFor(m_entries[entry].address, m_options, m_wakeup, m_signals);
+    if (expand(entry, found))
+        return m_entries.empty() || entry >= m_entries.size() || probeEntry(entry);
+    Probe const probe = probeSource(found, m_wakeup, m_signals);
+    if (!probe.error.empty()) {
+        m_failed = true;
+        m_display.error(m_entries[entry].address + ": " + probe.error);
+    }
+    int error = 0;
+    if (m_options.json)
+        error = writeText(m_outputs.out(), probeJson(probe));
+    else if (probe.error.empty())
+        error = writeText(m_outputs.out(), probeText(probe));
+    if (error != 0)
+        textLost(error);
+    return error == 0;
+}
+
+/// Puts a list's entries into its place.
+/// @return false when it is no list
+bool Player::expand(std::size_t entry, Found const& found)
+{
+    if (found.list.empty())
+        return false;
+    constexpr unsigned int MostDepth = 4;
+    Entry const list = m_entries[entry];
+    auto const at = m_entries.erase(m_entries.begin() + std::ptrdiff_t(entry));
+    if (list.depth >= MostDepth) {
+        m_failed = true;
+        m_display.error(list.address +
+                        ": play lists that name each other, too many deep; left out");
+        return true;
+    }
+    std::vector<Entry> entries;
+    for (host::PlayListEntry const& it : found.list)
+        entries.push_back({it.address, list.depth + 1});
+    m_entries.insert(at, entries.begin(), entries.end());
+    return true;
 }
 
 void Player::textLost(int error)
@@ -89,10 +126,9 @@ bool Player::openOutput()
 
 void Player::playAll()
 {
-    std::vector<std::string> const& files = m_options.files;
     std::size_t i = 0;
-    while (i < files.size() && !m_signals.interrupted()) {
-        switch (playOne(files[i])) {
+    while (i < m_entries.size() && !m_signals.interrupted()) {
+        switch (playEntry(i)) {
         case TrackEnd::Failed:
             m_failed = true;
             ++i;
@@ -116,20 +152,37 @@ void Player::playAll()
     }
 }
 
-TrackEnd Player::playOne(std::string const& path)
+TrackEnd Player::playEntry(std::size_t entry)
 {
-    Source source;
-    std::string error;
-    if (!findSource(path, m_options, source, error)) {
-        m_display.error(path + ": " + error);
-        return TrackEnd::Failed;
-    }
+    std::string const address = m_entries[entry].address;
     Stage const stage{
         m_options,  host::SoundDevice::instance(), m_display, *m_keys, m_signals, m_wakeup,
         m_log.get()};
-    TrackEnd const end = Session(source, stage).run();
-    m_display.clearStatus();
-    return end;
+    Found found;
+    if (std::optional<TrackEnd> const end = search(address, stage, found)) {
+        m_display.clearStatus();
+        return *end;
+    }
+    if (!found.error.empty()) {
+        m_display.error(address + ": " + found.error);
+        return TrackEnd::Failed;
+    }
+    return expand(entry, found) ? TrackEnd::Again : playSource(found.source, stage);
+}
+
+/// A media server may go on with another file, which is another run.
+TrackEnd Player::playSource(Source source, Stage const& stage)
+{
+    for (;;) {
+        TrackEnd const end = Session(source, stage).run();
+        m_display.clearStatus();
+        auto* const mms = dynamic_cast<host::MmsStream*>(source.network.get());
+        boost::shared_ptr<host::MmsStream> const next =
+            mms && end == TrackEnd::Played ? mms->takeNext() : nullptr;
+        if (!next)
+            return end;
+        source.stream = source.network = next;
+    }
 }
 
 void Player::closeOutput()

@@ -2,6 +2,7 @@
 
 #include "ExitCode.h"
 #include "Report.h"
+#include "Search.h"
 #include "Session.h"
 #include "StandardOutputs.h"
 
@@ -21,16 +22,26 @@ public:
 private:
     bool openOutput();
     void playAll();
-    TrackEnd playOne(std::string const& path);
+    TrackEnd playEntry(std::size_t entry);
+    TrackEnd playSource(Source source, Stage const& stage);
+    bool probeEntry(std::size_t entry);
+    bool expand(std::size_t entry, Found const& found);
     void closeOutput();
     void textLost(int error);
     int exitCode() const;
+
+    /// What is to be played: of the command line, or of a play list.
+    struct Entry {
+        std::string address;
+        unsigned int depth; ///< of play lists within each other
+    };
 
     Options const& m_options;
     StandardOutputs const& m_outputs;
     Wakeup m_wakeup;
     Signals m_signals;
     Display m_display;
+    std::vector<Entry> m_entries;
     std::unique_ptr<Keys> m_keys;    ///< only while playing
     std::unique_ptr<EventLog> m_log; ///< with --events
     bool m_failed = false;

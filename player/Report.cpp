@@ -1,5 +1,6 @@
 #include "Report.h"
 
+#include "Explain.h"
 #include "Text.h"
 
 #include "decoder/DecoderFactory.h"
@@ -19,7 +20,7 @@ namespace {
 /// The formats in the order of the library's own list.
 struct Format {
     const char* name;
-    const char* seeking; ///< of those that are built in
+    const char* seeking;
 };
 constexpr const char* ByTime = "seeks by time";
 constexpr const char* Nowhere = "cannot seek: plays from the beginning only";
@@ -29,14 +30,19 @@ constexpr Format Formats[] = {{"lpcm", ByTime},    {"wav", ByTime},  {"wav-testm
                               {"ogg", Nowhere},    {"flac", ByTime}, {"wma", OnlyStandard},
                               {"he-aac", Nowhere}, {"aac", OnlyMp4}, {"mp3", ByTime}};
 
+void waitFor(Wakeup const& wakeup)
+{
+    pollfd posted = {wakeup.descriptor(), POLLIN, 0};
+    poll(&posted, 1, -1);
+    wakeup.clear();
+}
+
 /// Waits until the format is known or the run is over.
 TrackNews waitForFormat(Track const& track, Wakeup const& wakeup, Signals const& signals)
 {
     TrackNews news = track.news();
     while (!news.opened && !news.closed && !signals.interrupted()) {
-        pollfd posted = {wakeup.descriptor(), POLLIN, 0};
-        poll(&posted, 1, -1);
-        wakeup.clear();
+        waitFor(wakeup);
         news = track.news();
     }
     return news;
@@ -111,16 +117,27 @@ void collect(std::string const& format, std::vector<std::string>& types,
 
 } // namespace
 
-Probe probeFile(std::string const& path, Options const& options, Wakeup const& wakeup,
-                Signals const& signals)
+Found findFor(std::string const& address, Options const& options, Wakeup const& wakeup,
+              Signals const& signals)
+{
+    SourceFinder finder(address, options, wakeup);
+    while (!finder.isDone() && !signals.interrupted())
+        waitFor(wakeup);
+    if (finder.isDone())
+        return finder.take();
+    Found nothing;
+    nothing.error = "interrupted";
+    return nothing;
+}
+
+Probe probeSource(Found const& found, Wakeup const& wakeup, Signals const& signals)
 {
     Probe probe;
-    probe.path = path;
-    Source source;
-    if (findSource(path, options, source, probe.error)) {
-        probe.format = source.format;
-        openAndAsk(source, wakeup, signals, probe);
-    }
+    probe.path = found.source.path;
+    probe.format = found.source.format;
+    probe.error = found.error;
+    if (probe.error.empty())
+        openAndAsk(found.source, wakeup, signals, probe);
     return probe;
 }
 
@@ -165,13 +182,12 @@ std::string formatsText()
     constexpr std::size_t Indent = 15;
     std::string text;
     for (Format const& format : Formats) {
-        bool const builtIn = Avr::Decoder::LookupFromFormat(format.name) != nullptr;
         std::vector<std::string> types;
         std::vector<std::string> endings;
         collect(format.name, types, endings);
         std::string name = format.name;
         name.resize(Indent, ' ');
-        text += name + (builtIn ? format.seeking : "not built in") + '\n';
+        text += name + format.seeking + '\n';
         if (!types.empty())
             text += "  MIME types   " + listText(types, Indent) + '\n';
         if (!endings.empty())

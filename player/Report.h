@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Signals.h"
-#include "Source.h"
+#include "SourceFinder.h"
 #include "Track.h"
 
 #include <string>
@@ -16,9 +16,11 @@ struct Probe {
     TrackInfo info;
 };
 
-/// Opens the file as far as its format. An interruption ends it with an error.
-Probe probeFile(std::string const& path, Options const& options, Wakeup const& wakeup,
-                Signals const& signals);
+/// Finds what stands at an address. An interruption ends it with an error.
+Found findFor(std::string const& address, Options const& options, Wakeup const& wakeup,
+              Signals const& signals);
+/// Opens what was found as far as its format. An interruption ends it with an error.
+Probe probeSource(Found const& found, Wakeup const& wakeup, Signals const& signals);
 
 /// For people, and one JSON object in one line.
 std::string probeText(Probe const& probe);

@@ -1,8 +1,7 @@
 #include "Session.h"
 
+#include "Explain.h"
 #include "Text.h"
-
-#include <poll.h>
 
 namespace avr { namespace player {
 
@@ -13,11 +12,14 @@ constexpr double PreviousUntil = 3; ///< seconds
 constexpr int DrainPoll = 20;       ///< ms; the output does not tell when it has played everything
 constexpr int OpeningPoll = 500;    ///< ms; an opening that takes longer is shown
 constexpr int UntilSomethingHappens = -1;
+constexpr int WatchPoll = 1000;                 ///< ms
+constexpr std::chrono::seconds LongSilence(30); ///< beside what the network may take
 
 } // namespace
 
 Session::Session(Source const& source, Stage const& stage)
-    : m_source(source), m_stage(stage), m_track(source, &stage.device, stage.log, stage.wakeup)
+    : m_source(source), m_stage(stage), m_track(source, &stage.device, stage.log, stage.wakeup),
+      m_network(source.network)
 {}
 
 TrackEnd Session::run()
@@ -28,11 +30,16 @@ TrackEnd Session::run()
         fail("the decoder cannot be started; try again");
     takeKeys();
     while (!m_end) {
-        wait();
-        takeSignals();
+        m_stage.wait(waitMilliseconds());
+        if (!m_stage.goesOn())
+            m_end = TrackEnd::Interrupted;
         takeKeys();
         if (!m_end)
             onNews();
+        if (!m_end)
+            onNetwork();
+        if (!m_end)
+            watch();
         if (!m_end)
             showStatus();
     }
@@ -50,31 +57,11 @@ int Session::waitMilliseconds() const
         return DrainPoll;
     if (m_stage.display.late())
         return int(Display::Refresh.count());
-    if (m_paused || !m_stage.display.live())
+    if (m_paused)
         return UntilSomethingHappens;
+    if (!m_stage.display.live())
+        return WatchPoll;
     return m_announced ? int(Display::Refresh.count()) : OpeningPoll;
-}
-
-void Session::wait()
-{
-    pollfd sources[2] = {{m_stage.wakeup.descriptor(), POLLIN, 0},
-                         {m_stage.keys.descriptor(), POLLIN, 0}};
-    if (poll(sources, 2, waitMilliseconds()) <= 0)
-        return;
-    if (sources[0].revents != 0)
-        m_stage.wakeup.clear();
-    if (sources[1].revents != 0)
-        m_stage.keys.read();
-}
-
-void Session::takeSignals()
-{
-    if (m_stage.signals.continued()) {
-        m_stage.keys.goOn();
-        m_stage.display.clearStatus(); // the shell may have written there
-    }
-    if (m_stage.signals.interrupted())
-        m_end = TrackEnd::Interrupted;
 }
 
 void Session::takeKeys()
@@ -175,15 +162,46 @@ void Session::seekBy(double seconds)
         m_track.seek(toTimeSpec(target));
 }
 
+void Session::onNetwork()
+{
+    std::string const words = m_paused ? std::string() : m_network.newWords();
+    if (!words.empty())
+        m_stage.display.event(m_source.path + ": " + words);
+    auto const title = m_network.newTitle(m_track.bytesDelivered(), m_stage.device.bytesTaken());
+    if (!title)
+        return;
+    m_radioTitle = *title;
+    if (m_stage.log)
+        m_stage.log->title(*title);
+    if (!title->empty())
+        m_stage.display.event("Title: " + *title);
+}
+
+/// A run that neither delivers nor reports for long will not do so any more.
+void Session::watch()
+{
+    auto const now = std::chrono::steady_clock::now();
+    unsigned long long const seen =
+        m_track.bytesDelivered() + m_stage.device.bytesTaken() + m_track.events();
+    if (seen != m_seen || m_paused)
+        m_aliveAt = now;
+    m_seen = seen;
+    auto const limit = LongSilence + 2 * m_stage.options.timeout;
+    if (now - m_aliveAt > limit)
+        fail("nothing has come for " +
+             std::to_string(std::chrono::duration_cast<std::chrono::seconds>(limit).count()) +
+             " seconds; given up");
+}
+
 void Session::showStatus()
 {
     using State = Status::State;
     if (!m_stage.display.live())
         return;
-    State const playing = m_paused ? State::Paused : State::Playing;
+    State const playing = m_paused ? State::Paused : m_network.state();
     m_stage.display.status({m_announced ? playing : State::Opening,
                             m_started ? m_track.elapsed() : 0, m_news.bufferFill, m_news.info,
-                            m_news.title});
+                            m_radioTitle.empty() ? m_news.title : m_radioTitle});
 }
 
 /// The last event only means that the decoder has finished: the output may still be playing.
@@ -215,6 +233,8 @@ std::string Session::fault() const
 {
     if (!m_news.decodedAll)
         return explainFailure(m_source, m_news.failure, m_news.opened);
+    if (m_source.stream->GetErrorStatus() != 0) // which the decoder took for the end
+        return "ended early: " + m_source.streamFault();
     if (m_track.bytesDelivered() != 0)
         return {};
     return m_stage.options.startGiven

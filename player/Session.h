@@ -1,28 +1,13 @@
 #pragma once
 
-#include "Display.h"
-#include "Keys.h"
-#include "Signals.h"
+#include "NetworkWatch.h"
+#include "Stage.h"
 #include "Track.h"
 
 #include <optional>
 #include <string>
 
 namespace avr { namespace player {
-
-/// What every track is played with. Lives longer than any of them.
-struct Stage {
-    Options const& options;
-    host::SoundDevice& device;
-    Display& display;
-    Keys& keys;
-    Signals& signals;
-    Wakeup& wakeup;
-    EventLog* log; ///< null: no --events
-};
-
-/// How a track ended, or what the listener wants instead of it.
-enum class TrackEnd { Played, Failed, OutputLost, Next, Previous, Again, Quit, Interrupted };
 
 /// Plays one track: the main loop from Open to the end of its run.
 class Session {
@@ -33,14 +18,14 @@ public:
 
 private:
     int waitMilliseconds() const;
-    void wait();
-    void takeSignals();
     void takeKeys();
     void onKey(Key key);
     void onNews();
     void begin();
     void announce();
     void seekBy(double seconds);
+    void onNetwork();
+    void watch();
     void showStatus();
     bool playedOut();
     void conclude();
@@ -51,6 +36,10 @@ private:
     Source const& m_source;
     Stage const& m_stage;
     Track m_track;
+    NetworkWatch m_network;
+    std::string m_radioTitle;
+    unsigned long long m_seen = 0; ///< of what shows that the run is alive
+    std::chrono::steady_clock::time_point m_aliveAt = std::chrono::steady_clock::now();
     TrackNews m_news;
     std::optional<TrackEnd> m_end;
     bool m_started = false;

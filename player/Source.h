@@ -3,7 +3,7 @@
 #include "Options.h"
 
 #include "decoder/IDecoder.h"
-#include "platform/IReadableStream.h"
+#include "stream/NetworkStream.h"
 
 #include <boost/shared_ptr.hpp>
 
@@ -13,25 +13,30 @@ namespace avr { namespace player {
 
 /// One track before it is opened: its name, the stream, and the decoder that is to play it.
 struct Source {
-    std::string path;
+    std::string path;   ///< or address, as it was given
     std::string format; ///< "wav", "lpcm", ...
     kiv::appli::IDecoder* decoder = nullptr;
     boost::shared_ptr<Avr::Interface::IReadableStream> stream;
-    host::PcmFormat pcm; ///< what --pcm says; only lpcm uses it
+    boost::shared_ptr<host::NetworkStream> network; ///< what is below; null: it is local
+    bool isFile = false;                            ///< a regular one, which can be looked at again
+    std::string head;          ///< the first bytes; empty where it was not looked at
+    host::PcmFormat pcm;       ///< what --pcm says; only lpcm uses it
+    std::uint32_t mp4Rate = 0; ///< Hz of the AAC in an MP4 file
+    double asfSeconds = 0;     ///< what an ASF file's header tells
 
     bool isHeaderless() const { return format == "lpcm"; }
     bool canSeek() const;
     /// Bytes; 0 when the stream does not know.
     double length() const;
+    /// Why the stream failed, one line; empty when it did not.
+    std::string streamFault() const;
 };
 
-/// Looks at the file and chooses the decoder; opens no stream.
-/// @param error  receives what is wrong with the file and what to do about it
-bool findSource(std::string const& path, Options const& options, Source& source,
-                std::string& error);
+/// The format that the platform's table gives for a MIME type; empty when it has none.
+std::string formatOfMimeType(std::string const& mimeType);
 
-/// What is wrong with a source whose run failed, as far as stream and file tell.
-/// @param event  the decoder's last word: 0, 11 or 12; `known`: the format had been read before
-std::string explainFailure(Source const& source, int event, bool known);
+/// Chooses the decoder: by the type that a server told, by the name, by the first bytes.
+/// @param error  receives why there is none
+bool chooseDecoder(Source& source, std::string const& mimeType, std::string& error);
 
 }} // namespace avr::player

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cerrno>
 
+#include <fcntl.h>
 #include <signal.h>
 #include <termios.h>
 #include <unistd.h>
@@ -14,11 +15,12 @@ namespace {
 constexpr int StopSignals = SIGTSTP;
 constexpr int Crashes[] = {SIGQUIT, SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL};
 
+std::atomic<int> s_terminal{-1}; ///< where the keys come from; -1 = nowhere
 termios s_original;
 std::atomic<bool> s_changed{false};
 struct sigaction s_oldActions[sizeof Crashes / sizeof *Crashes];
 
-bool inForeground() { return tcgetpgrp(STDIN_FILENO) == getpgrp(); }
+bool inForeground() { return tcgetpgrp(s_terminal) == getpgrp(); }
 
 void onStop(int)
 {
@@ -54,36 +56,46 @@ void installHandlers()
 
 } // namespace
 
-TerminalMode::TerminalMode()
+TerminalMode::TerminalMode(bool inputIsSound)
 {
-    if (!isatty(STDIN_FILENO))
+    if (isatty(STDIN_FILENO))
+        s_terminal = STDIN_FILENO;
+    else if (inputIsSound)
+        s_terminal = open("/dev/tty", O_RDWR | O_CLOEXEC);
+    if (s_terminal < 0)
         return;
     installHandlers();
     enterAgain();
 }
 
-TerminalMode::~TerminalMode() { restore(); }
+TerminalMode::~TerminalMode()
+{
+    restore();
+    int const terminal = s_terminal.exchange(-1);
+    if (terminal > STDIN_FILENO)
+        close(terminal);
+}
 
 void TerminalMode::restore()
 {
     if (s_changed.exchange(false))
-        tcsetattr(STDIN_FILENO, TCSANOW, &s_original);
+        tcsetattr(s_terminal, TCSANOW, &s_original);
 }
 
-bool TerminalMode::active() const { return s_changed && inForeground(); }
+int TerminalMode::descriptor() const { return s_changed && inForeground() ? s_terminal.load() : -1; }
 
 void TerminalMode::enterAgain()
 {
-    if (!isatty(STDIN_FILENO) || !inForeground())
+    if (s_terminal < 0 || !inForeground())
         return;
-    if (!s_changed && tcgetattr(STDIN_FILENO, &s_original) != 0)
+    if (!s_changed && tcgetattr(s_terminal, &s_original) != 0)
         return;
     termios keys = s_original;
     keys.c_lflag &= ~tcflag_t(ICANON | ECHO);
     keys.c_cc[VMIN] = 0; // a read never blocks
     keys.c_cc[VTIME] = 0;
     s_changed = true;
-    tcsetattr(STDIN_FILENO, TCSANOW, &keys);
+    tcsetattr(s_terminal, TCSANOW, &keys);
 }
 
 }} // namespace avr::player

@@ -45,12 +45,43 @@ bool readFraction(std::string const& text, std::size_t at, std::uint32_t& nanose
     return at == text.size();
 }
 
-/// Wide characters (East Asian scripts, symbols) are taken to be two columns.
-std::size_t columnsOf(unsigned char lead)
+struct Range {
+    std::uint32_t first, last;
+};
+/// East Asian scripts, and pictures.
+constexpr Range Wide[] = {{0x1100, 0x115F},   {0x2E80, 0x303E},   {0x3041, 0x4DBF},
+                          {0x4E00, 0xA4CF},   {0xA960, 0xA97C},   {0xAC00, 0xD7A3},
+                          {0xF900, 0xFAFF},   {0xFE30, 0xFE6F},   {0xFF00, 0xFF60},
+                          {0xFFE0, 0xFFE6},   {0x1F300, 0x1F64F}, {0x1F680, 0x1F6FF},
+                          {0x1F900, 0x1F9FF}, {0x20000, 0x3FFFD}};
+/// What is drawn over the character before it, or not at all.
+constexpr Range Narrow[] = {{0x0300, 0x036F}, {0x0483, 0x0489}, {0x0591, 0x05BD},
+                            {0x064B, 0x065F}, {0x200B, 0x200F}, {0x202A, 0x202E},
+                            {0x20D0, 0x20F0}, {0xFE00, 0xFE0F}, {0xFE20, 0xFE2F}};
+
+template <std::size_t Count>
+bool isIn(Range const (&ranges)[Count], std::uint32_t code)
 {
-    if ((lead & 0xC0) == 0x80)
-        return 0;
-    return lead >= 0xE1 ? 2 : 1;
+    return std::any_of(std::begin(ranges), std::end(ranges), [code](Range const& range) {
+        return code >= range.first && code <= range.last;
+    });
+}
+
+/// The character at a place, and how many bytes it has. What is no UTF-8 is one of one byte.
+std::uint32_t characterAt(std::string const& text, std::size_t at, std::size_t& bytes)
+{
+    auto const byte = [&text](std::size_t i) {
+        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u;
+    };
+    unsigned const lead = byte(at);
+    std::size_t const length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 1;
+    std::uint32_t code = length == 1 ? lead : lead & (0x7Fu >> length);
+    for (bytes = 1; bytes < length; ++bytes) {
+        if ((byte(at + bytes) & 0xC0) != 0x80)
+            break;
+        code = code << 6 | (byte(at + bytes) & 0x3F);
+    }
+    return code;
 }
 
 } // namespace
@@ -73,8 +104,9 @@ std::string cutToColumns(std::string const& text, std::size_t columns)
 {
     std::size_t used = 0;
     std::size_t at = 0;
-    for (; at < text.size(); ++at) {
-        used += columnsOf(static_cast<unsigned char>(text[at]));
+    for (std::size_t bytes = 0; at < text.size(); at += bytes) {
+        std::uint32_t const code = characterAt(text, at, bytes);
+        used += isIn(Narrow, code) ? 0 : isIn(Wide, code) ? 2 : 1;
         if (used > columns)
             break;
     }

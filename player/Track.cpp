@@ -1,7 +1,5 @@
 #include "Track.h"
 
-#include "AacHead.h"
-#include "AsfHead.h"
 #include "FileHead.h"
 #include "Text.h"
 
@@ -153,6 +151,7 @@ const void* Track::fullScale(const void* pcm, unsigned int bytes)
 
 int Track::OnEvent(int event, void* data, unsigned int size)
 {
+    ++m_events;
     if (m_log)
         m_log->event(event, data, size);
     if (event == EventStreamInfo)
@@ -243,18 +242,18 @@ TrackInfo Track::describe(DecoderStreamInfo const& streamInfo, std::string& erro
     if (std::string const complaint = takeRecords(streamInfo, format, info); !complaint.empty())
         error = complaint;
     if (streamInfo.codecId == CodecMp3 && info.bitRate > 0) // it counts from the file's first byte
-        info.time.offset = id3v2Bytes(readFileHead(m_source.path)) * 8 / info.bitRate;
+        info.time.offset = id3v2Bytes(m_source.head) * 8 / info.bitRate;
     if (streamInfo.codecId == CodecAac)
         describeAac(info);
     if (streamInfo.codecId == CodecWmaStandard || streamInfo.codecId == CodecWmaLossless)
-        info.duration = asfDuration(m_source.path);
+        info.duration = m_source.asfSeconds;
     return info;
 }
 
 /// Only MP4 files seek. The decoder counts their frames as if they had the rate that it delivers.
 void Track::describeAac(TrackInfo& info) const
 {
-    std::uint32_t const rate = isMp4(readFileHead(m_source.path)) ? mp4CoreRate(m_source.path) : 0;
+    std::uint32_t const rate = m_source.mp4Rate;
     if (rate == 0 || info.pcm.rate == 0)
         info.lastPosition = 0;
     else

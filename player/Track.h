@@ -55,6 +55,8 @@ public:
     /// Seconds from the beginning of the track to what the output takes now, or to where a seek
     /// that is not done yet will be.
     double elapsed() const;
+    /// How many the decoder has sent.
+    unsigned int events() const { return m_events; }
     unsigned long long bytesDelivered() const { return m_clock.bytesDelivered(); }
 
 private:
@@ -83,7 +85,8 @@ private:
     kiv::appli::TimeSpec m_firstPosition{0, 0}; ///< set before m_seekFirst
     std::atomic<bool> m_seekFirst{false}; ///< the first block is still to be replaced by a seek
     bool m_startAfterSeek = false;        ///< set before the first seek, then the seeking thread's
-    mutable std::mutex m_lock;            ///< guards m_news
+    std::atomic<unsigned int> m_events{0};
+    mutable std::mutex m_lock; ///< guards m_news
     TrackNews m_news;
     Seeker m_seeker; ///< last: its thread uses the others
 };

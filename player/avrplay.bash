@@ -57,10 +57,10 @@ _avrplay()
         [ -n "$kind" ] || _avrplay_words "$cur" "44100:16:2 48000:16:2"
         return
         ;;
-    --start) return ;;
+    --start | --timeout) return ;;
     esac
     if [[ $cur == -* && " ${words[*]} " != *" -- "* ]]; then
-        _avrplay_words "$cur" "-o --output --realtime --no-realtime -f --format --pcm --start
+        _avrplay_words "$cur" "-o --output --realtime --no-realtime -f --format --pcm --start --timeout
             --probe --json --events --formats -q --quiet -v --verbose --version -h --help"
     else
         _avrplay_files "$cur" lpcm l16 wav wave ogg oga flac wma asf aacp aac adts adif m4a mp4 m4b \

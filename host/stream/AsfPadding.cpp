@@ -7,13 +7,6 @@ namespace avr { namespace host {
 
 namespace {
 
-constexpr std::size_t HeaderHead = 30; ///< of the object that all others are in
-constexpr std::size_t ObjectHead = 24; ///< GUID and size
-constexpr std::size_t FilePropertiesBytes = 104;
-constexpr std::size_t MostPacketBytesAt = 96; ///< the least are as many
-constexpr std::uint8_t FileProperties[] = {0xA1, 0xDC, 0xAB, 0x8C, 0x47, 0xA9, 0xCF, 0x11,
-                                           0x8E, 0xE4, 0x00, 0xC0, 0x0C, 0x20, 0x53, 0x65};
-
 std::uint64_t littleEndian(const std::uint8_t* from, unsigned int bytes)
 {
     std::uint64_t value = 0;
@@ -70,21 +63,6 @@ void tellPadding(std::vector<std::uint8_t>& packet, PaddingField field, std::siz
 }
 
 } // namespace
-
-std::uint32_t asfPacketBytes(std::vector<std::uint8_t> const& header)
-{
-    for (std::size_t at = HeaderHead; at < header.size() && header.size() - at >= ObjectHead;) {
-        const std::uint8_t* const object = header.data() + at;
-        std::uint64_t const bytes = littleEndian(object + 16, 8);
-        if (bytes < ObjectHead || bytes > header.size() - at)
-            break;
-        if (bytes >= FilePropertiesBytes &&
-            std::equal(std::begin(FileProperties), std::end(FileProperties), object))
-            return static_cast<std::uint32_t>(littleEndian(object + MostPacketBytesAt, 4));
-        at += static_cast<std::size_t>(bytes);
-    }
-    return 0;
-}
 
 void padAsfPacket(std::vector<std::uint8_t>& packet, std::size_t bytes)
 {

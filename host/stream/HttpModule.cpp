@@ -12,8 +12,8 @@ HttpModule const* httpModule(std::string& reason)
     static HttpModule const* module = nullptr; // guarded by lock
     std::lock_guard<std::mutex> const guard(lock);
     if (!module)
-        module = static_cast<HttpModule const*>(
-            moduleEntry("libavrhttp.so", "avr_http_module", reason));
+        module =
+            static_cast<HttpModule const*>(moduleEntry("libavrhttp.so", "avr_http_module", reason));
     return module;
 }
 

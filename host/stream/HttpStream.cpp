@@ -52,9 +52,9 @@ bool HttpStream::connect()
     HttpFault fault;
     Transfer const transfer =
         begin(address(), {"Range: bytes=0-", "Icy-MetaData: 1"}, answer, fault);
-    bool const isWhole = answer.status == 200 ||
-                         (answer.status == 206 &&
-                          ContentRange(answer.header("content-range")).first == 0);
+    bool const isWhole =
+        answer.status == 200 ||
+        (answer.status == 206 && ContentRange(answer.header("content-range")).first == 0);
     if (transfer && !isWhole)
         fault = httpStatusFault(answer.status);
     if (!transfer || !isWhole) {

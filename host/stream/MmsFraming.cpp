@@ -1,5 +1,6 @@
 #include "MmsFraming.h"
 
+#include "AsfHeaderFacts.h"
 #include "AsfPadding.h"
 
 #include <algorithm>

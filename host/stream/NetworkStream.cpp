@@ -216,6 +216,12 @@ bool NetworkStream::install(Transfer transfer)
     return true;
 }
 
+NetworkStream::Transfer NetworkStream::release()
+{
+    Lock const lock(m_lock);
+    return std::move(m_transfer);
+}
+
 HttpResult NetworkStream::receive(void* to, std::size_t room, std::size_t& got)
 {
     Transfer transfer;
@@ -224,8 +230,7 @@ HttpResult NetworkStream::receive(void* to, std::size_t room, std::size_t& got)
         transfer = m_transfer;
         m_waitsSince = Clock::now();
     }
-    HttpResult const result =
-        transfer ? transfer->read(to, room, got) : HttpResult::Cancelled;
+    HttpResult const result = transfer ? transfer->read(to, room, got) : HttpResult::Cancelled;
     Lock const lock(m_lock);
     m_waitsSince.reset();
     return result;

@@ -77,6 +77,8 @@ protected:
                    HttpFault& fault);
     /// What is read from now on. @return false when a Close has come
     bool install(Transfer transfer);
+    /// Takes out what is read. @return null when a Close has come
+    Transfer release();
     /// Reads the transfer that is installed.
     HttpResult receive(void* to, std::size_t room, std::size_t& got);
     HttpFault receivingFault() const;
@@ -89,14 +91,15 @@ protected:
     void fail(HttpFault const& fault);
     void setContentType(std::string const& header);
     std::string const& address() const { return m_address; }
+    NetworkLimits const& limits() const { return m_limits; }
 
 private:
     bool isClosedLocked() const { return m_closes != m_closesBefore; }
 
     std::string const m_address;
     NetworkLimits const m_limits;
-    std::mutex m_use;          ///< held while the stream is opened, read or positioned
-    mutable std::mutex m_lock; ///< guards what follows; after m_use; never held while waiting
+    std::mutex m_use;               ///< held while the stream is opened, read or positioned
+    mutable std::mutex m_lock;      ///< guards what follows; after m_use; never held while waiting
     std::condition_variable m_wake; ///< Close, an interruption
     bool m_isOpen = false;
     unsigned int m_closes = 0;

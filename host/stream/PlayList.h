@@ -1,5 +1,7 @@
 #pragma once
 
+#include "decoder/Export.h"
+
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -18,8 +20,8 @@ enum class PlayListKind {
 /// @param name         path or address
 /// @param contentType  as the server has it; may be empty
 /// @param head         the first bytes, the more the better; may be empty
-PlayListKind playListKind(std::string const& name, std::string const& contentType,
-                          std::string_view head);
+AVR_API PlayListKind playListKind(std::string const& name, std::string const& contentType,
+                                  std::string_view head);
 
 struct PlayListEntry {
     std::string address; ///< path or address, neither empty nor like an option
@@ -33,7 +35,7 @@ constexpr std::size_t MostPlayListEntries = 1u << 16;
 /// The entries of a list, in their order. What can not be played is left out.
 /// @param kind  M3u or Pls; of the others nothing comes
 /// @param base  where the list lies; its entries may be relative to that
-std::vector<PlayListEntry> parsePlayList(PlayListKind kind, std::string_view text,
-                                         std::string const& base);
+AVR_API std::vector<PlayListEntry> parsePlayList(PlayListKind kind, std::string_view text,
+                                                 std::string const& base);
 
 }} // namespace avr::host

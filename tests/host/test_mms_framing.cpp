@@ -1,5 +1,6 @@
 #include "AsfFile.h"
 #include "AsfPackets.h"
+#include "AsfHeaderFacts.h"
 #include "AsfPadding.h"
 #include "MmsFraming.h"
 #include "MmshBody.h"

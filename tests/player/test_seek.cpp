@@ -17,6 +17,14 @@ using kiv::appli::TimeSpec;
 
 namespace {
 
+Source sourceOf(const char* format, boost::shared_ptr<ScriptedStream> stream)
+{
+    Source source;
+    source.format = format;
+    source.stream = std::move(stream);
+    return source;
+}
+
 /// Seeks that take until they are let go.
 class HeldSeeks {
 public:
@@ -88,7 +96,8 @@ TEST(Seeker, AStalledStreamKeepsASeekWaitingAndNobodyElse)
     script.fault = Script::Fault::Stall;
     Avr::Decoder::InitDecoder();
     auto const stream = boost::make_shared<ScriptedStream>(script);
-    Source const source{"stalls.mp3", "mp3", Avr::Decoder::LookupFromFormat("mp3"), stream, {}};
+    Source source = sourceOf("mp3", stream);
+    source.decoder = Avr::Decoder::LookupFromFormat("mp3");
     Wakeup const wakeup;
     Track track(source, nullptr, nullptr, wakeup);
     ASSERT_TRUE(track.open());
@@ -107,8 +116,8 @@ TEST(Seeker, WhatTheStreamCannotDoIsNotAskedOfMp3)
     Script script;
     script.capabilities = Avr::Interface::IReadableStream::CanSeekTime;
     auto const stream = boost::make_shared<ScriptedStream>(script);
-    EXPECT_FALSE((Source{"", "mp3", nullptr, stream, {}}).canSeek());
-    EXPECT_TRUE((Source{"", "wav", nullptr, stream, {}}).canSeek());
+    EXPECT_FALSE(sourceOf("mp3", stream).canSeek());
+    EXPECT_TRUE(sourceOf("wav", stream).canSeek());
 }
 
 } // namespace

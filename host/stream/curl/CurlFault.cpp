@@ -29,8 +29,8 @@ HttpFault connectFault(CURL* easy)
     int const code = number != 0 ? static_cast<int>(number) : ECONNREFUSED;
     if (code == ECONNREFUSED)
         return {code, hostOf(easy) + " refuses the connection; check the address and its port"};
-    return {code, "cannot connect to " + hostOf(easy) + ": " +
-                      std::generic_category().message(code)};
+    return {code,
+            "cannot connect to " + hostOf(easy) + ": " + std::generic_category().message(code)};
 }
 
 } // namespace
@@ -63,8 +63,7 @@ CurlFault explainCurl(CURLcode code, CURL* easy, const char* words)
     case CURLE_OUT_OF_MEMORY:
         return {HttpResult::Failed, {ENOMEM, "out of memory"}};
     default:
-        return {HttpResult::Failed,
-                {EPROTO, *words != '\0' ? words : curl_easy_strerror(code)}};
+        return {HttpResult::Failed, {EPROTO, *words != '\0' ? words : curl_easy_strerror(code)}};
     }
 }
 

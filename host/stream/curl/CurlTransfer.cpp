@@ -72,7 +72,7 @@ private:
     milliseconds const m_stallLimit;
     std::atomic<bool> m_cancelled{false};
     std::atomic<bool> m_interrupted{false};
-    bool m_ready = true;     ///< libcurl has taken every wish
+    bool m_ready = true;      ///< libcurl has taken every wish
     bool m_lookingUp = false; ///< the system looks for the host
     bool m_connected = false;
     Clock::time_point m_progressAt; ///< of the last byte, or step towards one
@@ -197,8 +197,8 @@ void CurlTransfer::takeHeaderLine(std::string const& line)
     long status = 0;
     curl_easy_getinfo(m_curl->easy, CURLINFO_RESPONSE_CODE, &status);
     m_answer.status = static_cast<int>(status);
-    bool const leadsOn = status / 100 == 1 ||
-                         (status / 100 == 3 && m_answer.headers.count("location") != 0);
+    bool const leadsOn =
+        status / 100 == 1 || (status / 100 == 3 && m_answer.headers.count("location") != 0);
     if (end == 0) {
         m_headIsWhole = !leadsOn;
     } else if (line.compare(0, 5, "HTTP/") == 0 || line.compare(0, 4, "ICY ") == 0) {
