@@ -11,11 +11,10 @@ namespace avr { namespace host {
 
 using namespace kiv::appli;
 using Guard = std::lock_guard<std::mutex>;
-using std::chrono::milliseconds;
 
 namespace {
 
-constexpr milliseconds Pauses[] = {milliseconds(500), milliseconds(1500), milliseconds(4000)};
+constexpr unsigned int Attempts = 3; ///< to make a broken connection again
 
 /// Both numbers of "bytes FIRST-LAST/LENGTH"; Unknown, -1, where there is none.
 struct ContentRange {
@@ -139,8 +138,8 @@ HttpResult HttpStream::resume()
 {
     HttpFault fault = receivingFault();
     bool const canResume = GetCapabilities() != 0;
-    for (unsigned int attempt = 0; canResume && attempt < std::size(Pauses); ++attempt) {
-        if (!pauseBefore(attempt + 1, Pauses[attempt]))
+    for (unsigned int attempt = 1; canResume && attempt <= Attempts; ++attempt) {
+        if (!pauseBefore(attempt))
             return isClosed() ? HttpResult::Cancelled : HttpResult::Interrupted;
         Transfer const transfer = beginAt(m_position, fault);
         if (isClosed() || (transfer && !install(transfer)))

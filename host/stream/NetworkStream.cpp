@@ -242,8 +242,11 @@ HttpFault NetworkStream::receivingFault() const
     return m_transfer ? m_transfer->fault() : HttpFault();
 }
 
-bool NetworkStream::pauseBefore(unsigned int attempt, milliseconds time)
+bool NetworkStream::pauseBefore(unsigned int attempt)
 {
+    milliseconds time = m_limits.pause;
+    for (unsigned int longer = 1; longer < attempt; ++longer)
+        time *= 3;
     Lock lock(m_lock);
     if (isClosedLocked())
         return false;

@@ -14,6 +14,7 @@ namespace avr { namespace host {
 struct NetworkLimits {
     std::chrono::milliseconds connect{10000}; ///< for a connection
     std::chrono::milliseconds stall{20000};   ///< for the next byte
+    std::chrono::milliseconds pause{500};     ///< before it connects again; then longer each time
 };
 
 /// What the streams that come over HTTP have in common: one transfer at a time, which a Close ends
@@ -82,8 +83,9 @@ protected:
     /// Reads the transfer that is installed.
     HttpResult receive(void* to, std::size_t room, std::size_t& got);
     HttpFault receivingFault() const;
-    /// Between two attempts. @return false when a Close or an interruption came
-    bool pauseBefore(unsigned int attempt, std::chrono::milliseconds time);
+    /// In front of each attempt to connect again, from 1.
+    /// @return false when a Close or an interruption came
+    bool pauseBefore(unsigned int attempt);
     void isReconnected();
 
     bool isClosed() const;
