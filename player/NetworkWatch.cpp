@@ -5,7 +5,7 @@ namespace avr { namespace player {
 using host::NetworkStream;
 using State = Status::State;
 
-State NetworkWatch::state() const
+State NetworkWatch::state(bool isHeard) const
 {
     constexpr std::chrono::seconds Long(2);
     if (!m_stream)
@@ -13,12 +13,12 @@ State NetworkWatch::state() const
     NetworkStream::Status const status = m_stream->status();
     if (status.phase == NetworkStream::Phase::Reconnecting)
         return State::Reconnecting;
-    return status.silent >= Long ? State::Waiting : State::Playing;
+    return status.silent >= Long && !isHeard ? State::Waiting : State::Playing;
 }
 
-std::string NetworkWatch::newWords()
+std::string NetworkWatch::newWords(bool isHeard)
 {
-    State const now = state();
+    State const now = state(isHeard);
     unsigned int const attempt = now == State::Reconnecting ? m_stream->status().attempt : 0;
     if (now == m_told && attempt == m_attemptTold)
         return {};
@@ -32,20 +32,6 @@ std::string NetworkWatch::newWords()
     default:
         return "the data go on";
     }
-}
-
-std::optional<std::string> NetworkWatch::newTitle(unsigned long long delivered,
-                                                  unsigned long long taken)
-{
-    if (!m_stream)
-        return {};
-    if (auto text = m_stream->newTitle())
-        m_next = Title{std::move(*text), delivered};
-    if (!m_next || m_next->from > taken)
-        return {};
-    std::string text = std::move(m_next->text);
-    m_next.reset();
-    return text;
 }
 
 }} // namespace avr::player

@@ -164,10 +164,10 @@ void Session::seekBy(double seconds)
 
 void Session::onNetwork()
 {
-    std::string const words = m_paused ? std::string() : m_network.newWords();
+    std::string const words = m_paused ? std::string() : m_network.newWords(isHeard());
     if (!words.empty())
         m_stage.display.event(m_source.path + ": " + words);
-    auto const title = m_network.newTitle(m_track.bytesDelivered(), m_stage.device.bytesTaken());
+    std::optional<std::string> const title = m_track.newTitle();
     if (!title)
         return;
     m_radioTitle = *title;
@@ -177,14 +177,23 @@ void Session::onNetwork()
         m_stage.display.event("Title: " + *title);
 }
 
+bool Session::isHeard() const
+{
+    constexpr std::chrono::seconds Pause(1);
+    return std::chrono::steady_clock::now() - m_heardAt < Pause;
+}
+
 /// A run that neither delivers nor reports for long will not do so any more.
 void Session::watch()
 {
     auto const now = std::chrono::steady_clock::now();
-    unsigned long long const seen =
-        m_track.bytesDelivered() + m_stage.device.bytesTaken() + m_track.events();
+    unsigned long long const heard = m_stage.device.bytesTaken();
+    unsigned long long const seen = m_track.bytesDelivered() + heard + m_track.events();
+    if (heard != m_heard)
+        m_heardAt = now;
     if (seen != m_seen || m_paused)
         m_aliveAt = now;
+    m_heard = heard;
     m_seen = seen;
     auto const limit = LongSilence + 2 * m_stage.options.timeout;
     if (now - m_aliveAt > limit)
@@ -198,7 +207,7 @@ void Session::showStatus()
     using State = Status::State;
     if (!m_stage.display.live())
         return;
-    State const playing = m_paused ? State::Paused : m_network.state();
+    State const playing = m_paused ? State::Paused : m_network.state(isHeard());
     m_stage.display.status({m_announced ? playing : State::Opening,
                             m_started ? m_track.elapsed() : 0, m_news.bufferFill, m_news.info,
                             m_radioTitle.empty() ? m_news.title : m_radioTitle});

@@ -26,6 +26,7 @@ private:
     void seekBy(double seconds);
     void onNetwork();
     void watch();
+    bool isHeard() const;
     void showStatus();
     bool playedOut();
     void conclude();
@@ -38,8 +39,10 @@ private:
     Track m_track;
     NetworkWatch m_network;
     std::string m_radioTitle;
-    unsigned long long m_seen = 0; ///< of what shows that the run is alive
+    unsigned long long m_seen = 0;  ///< of what shows that the run is alive
+    unsigned long long m_heard = 0; ///< bytes that the output has taken
     std::chrono::steady_clock::time_point m_aliveAt = std::chrono::steady_clock::now();
+    std::chrono::steady_clock::time_point m_heardAt; ///< when the output took some
     TrackNews m_news;
     std::optional<TrackEnd> m_end;
     bool m_started = false;

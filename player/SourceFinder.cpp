@@ -69,7 +69,8 @@ SourceFinder::~SourceFinder()
         m_givenUp = true;
         current = m_current;
     }
-    if (current && !m_isDone)
+    // A Close that comes before the Open ends nothing.
+    for (; current && !m_isDone; std::this_thread::sleep_for(std::chrono::milliseconds(5)))
         current->Close();
     if (m_thread.joinable())
         m_thread.join();

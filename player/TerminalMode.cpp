@@ -82,7 +82,10 @@ void TerminalMode::restore()
         tcsetattr(s_terminal, TCSANOW, &s_original);
 }
 
-int TerminalMode::descriptor() const { return s_changed && inForeground() ? s_terminal.load() : -1; }
+int TerminalMode::descriptor() const
+{
+    return s_changed && inForeground() ? s_terminal.load() : -1;
+}
 
 void TerminalMode::enterAgain()
 {

@@ -133,11 +133,32 @@ int Track::OnSample(const void* pcm, unsigned int bytes, TimeSpec*)
         m_log->pcm(pcm, bytes);
     if (!m_device)
         return ErrorFailed;
+    if (m_source.network)
+        noteTitle();
     bool const first = m_clock.bytesDelivered() == 0;
     m_clock.delivered(bytes);
     if (first)
         m_wakeup.post(); // now it plays
     return m_device->put(m_shift == 0 ? pcm : fullScale(pcm, bytes), bytes);
+}
+
+void Track::noteTitle()
+{
+    std::optional<std::string> title = m_source.network->newTitle();
+    if (!title)
+        return;
+    std::lock_guard<std::mutex> const guard(m_lock);
+    m_titles.push_back({std::move(*title), m_clock.bytesDelivered()});
+}
+
+std::optional<std::string> Track::newTitle()
+{
+    std::optional<std::string> title;
+    unsigned long long const heard = m_device->bytesTaken();
+    std::lock_guard<std::mutex> const guard(m_lock);
+    for (; !m_titles.empty() && m_titles.front().from <= heard; m_titles.pop_front())
+        title = std::move(m_titles.front().text);
+    return title;
 }
 
 const void* Track::fullScale(const void* pcm, unsigned int bytes)

@@ -11,6 +11,7 @@
 #include "sound/SoundDevice.h"
 
 #include <atomic>
+#include <deque>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -55,6 +56,8 @@ public:
     /// Seconds from the beginning of the track to what the output takes now, or to where a seek
     /// that is not done yet will be.
     double elapsed() const;
+    /// What a radio station calls the sound that is heard now, when it has changed.
+    std::optional<std::string> newTitle();
     /// How many the decoder has sent.
     unsigned int events() const { return m_events; }
     unsigned long long bytesDelivered() const { return m_clock.bytesDelivered(); }
@@ -63,6 +66,7 @@ private:
     int OnSample(const void* pcm, unsigned int bytes, kiv::appli::TimeSpec* duration) override;
     int OnEvent(int event, void* data, unsigned int size) override;
     void dropQueue(kiv::appli::TimeSpec const& position);
+    void noteTitle();
     void onOpened(kiv::appli::DecoderStreamInfo const& info);
     void note(int event, const void* data);
     bool setHeaderlessFormat();
@@ -86,9 +90,14 @@ private:
     std::atomic<bool> m_seekFirst{false}; ///< the first block is still to be replaced by a seek
     bool m_startAfterSeek = false;        ///< set before the first seek, then the seeking thread's
     std::atomic<unsigned int> m_events{0};
-    mutable std::mutex m_lock; ///< guards m_news
+    mutable std::mutex m_lock; ///< guards m_news, m_titles
     TrackNews m_news;
-    Seeker m_seeker; ///< last: its thread uses the others
+    struct Title {
+        std::string text;
+        unsigned long long from; ///< byte of the PCM
+    };
+    std::deque<Title> m_titles; ///< decoded, and not heard yet; guarded by m_lock
+    Seeker m_seeker;            ///< last: its thread uses the others
 };
 
 }} // namespace avr::player
