@@ -1,9 +1,7 @@
-# The open codec libraries.
+# The open codec libraries of the decoders.
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(avr_libflac REQUIRED IMPORTED_TARGET flac)
 pkg_check_modules(avr_fdk_aac REQUIRED IMPORTED_TARGET fdk-aac)
-pkg_check_modules(avr_libavcodec REQUIRED IMPORTED_TARGET libavcodec libavutil)
-pkg_check_modules(avr_libavformat REQUIRED IMPORTED_TARGET libavformat libavcodec libavutil)
 
 # Tremor has many names in common with libvorbis and libvorbisfile, which any plug-in may bring into
 # the process. So its static archive is linked, and none of its names leaves the library.

@@ -64,8 +64,8 @@ public:
     void Close() override;
     int Read(void* buf, unsigned int len, unsigned int* got) override;
     int GetCapabilities() override;
-    /// Within the buffer, or the last 64 KiB read, it only moves the reading position, whatever the
-    /// stream can do; elsewhere it positions the stream and empties the buffer.
+    /// Within the buffer, or at least the last 64 KiB read, it only moves the reading position,
+    /// whatever the stream can do; elsewhere it positions the stream and empties the buffer.
     int SeekByte(long long offset) override;
     int SeekTime(double seconds) override;
     int GetStreamProperty(int key, std::string& value) override;

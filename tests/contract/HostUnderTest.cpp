@@ -1,6 +1,7 @@
 // The host platform's part of the platform contract suite.
 #include "PlatformUnderTest.h"
 
+#include "TempDir.h"
 #include "sound/Sinks.h"
 #include "sound/SoundDevice.h"
 #include "stream/FileStream.h"
@@ -8,15 +9,14 @@
 #include <boost/make_shared.hpp>
 #include <gtest/gtest.h>
 
-#include <fstream>
-
 namespace avr { namespace test {
 
 using namespace avr::host;
 
 boost::shared_ptr<Avr::Interface::IReadableStream> platformStream(Bytes const& bytes)
 {
-    std::string const path = testing::TempDir() + "platform_stream." + std::to_string(getpid());
+    static TempDir const folder;
+    std::string const path = folder.file("stream");
     std::ofstream(path, std::ios::binary)
         .write(reinterpret_cast<const char*>(bytes.data()),
                static_cast<std::streamsize>(bytes.size()));

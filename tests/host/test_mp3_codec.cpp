@@ -4,7 +4,6 @@
 #include "PcmWords.h"
 #include "Samples.h"
 #include "TestData.h"
-#include "platform/Mp3TagParser.h"
 
 #include <cmath>
 
@@ -210,21 +209,6 @@ TEST(Mp3Frame, InfoFramesAreBelievedWithinReason)
     EXPECT_EQ(0u, average("Xing", 21, {0, 0, 0, 1, 0, 0, 0, 10, 0, 0, 4, 0}));
     EXPECT_EQ(0u, average("Xing", 21, {0, 0, 0, 3, 0, 0, 0, 0, 0, 0, 4, 0}));
     EXPECT_EQ(0u, average("VBRI", 36, {0, 1, 0, 0, 0, 0, 0xFF, 0, 4, 0, 0, 0, 0, 1}));
-}
-
-TEST(Mp3TagParser, Sizes)
-{
-    auto const size = [](Bytes const& data, bool wanted = true) {
-        return CMp3TagParser(data.data(), unsigned(data.size()), wanted, true, true)
-            .getID3v2HeaderSize();
-    };
-    EXPECT_EQ(10u + (1 << 21) + 2 * 128 + 5, size({'I', 'D', '3', 3, 0, 0, 1, 0, 2, 5}));
-    EXPECT_EQ(20u, size({'I', 'D', '3', 4, 0, 0x10, 0, 0, 0, 0})); // with a footer
-    EXPECT_EQ(0u, size(id3v2(0), false));
-    for (Bytes const& none :
-         {head(id3v2(0), 9), id3v1, Bytes{'I', 'D', '3', 4, 0, 0, 0, 0, 0x80, 0},
-          Bytes{'I', 'D', '3', 0xFF, 0, 0, 0, 0, 0, 0}})
-        EXPECT_EQ(0u, size(none));
 }
 
 TEST(PcmWords, ClampAndConvertAsOneByOne)
