@@ -1,0 +1,23 @@
+# Plays what needs no codec of a maker's, and sees the rest refused.
+# test-player.sh PLAYER SAMPLES
+set -eu
+player=$1 samples=$2
+
+status=0
+"$player" "$samples/tune.wav" "$samples/tune.flac" "$samples/tune-vbr.mp3" "$samples/tune.aac" \
+    "$samples/tune.wma" >out 2>log || status=$?
+cat log out
+[ "$status" = 3 ] # so many were not played
+grep '^tune' out >results # the library writes there, too
+diff - results <<'END'
+tune.wav: 44100 Hz, 2 channels, 163840 frames
+tune.flac: 44100 Hz, 2 channels, 163840 frames
+tune-vbr.mp3: event 11
+tune.aac: event 11
+tune.wma: event 11
+END
+
+# Nothing of the host's is in the process.
+if ldd "$player" | grep -E 'libasound|libcurl|/host/'; then
+    exit 1
+fi
