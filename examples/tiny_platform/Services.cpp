@@ -29,9 +29,10 @@ CMp3TagParser::CMp3TagParser(const void* data, unsigned int size, bool id3v2, bo
         return;
     if (((head[6] | head[7] | head[8] | head[9]) & 0x80) != 0) // 7 bits in each
         return;
-    bool const footer = (head[5] & 0x10) != 0;
-    m_id3v2Size =
-        (head[6] << 21u | head[7] << 14u | head[8] << 7u | head[9]) + (footer ? 2 * Head : Head);
+    unsigned int const footer = (head[5] & 0x10) != 0 ? Head : 0;
+    for (int i = 6; i < 10; ++i)
+        m_id3v2Size = m_id3v2Size << 7 | head[i];
+    m_id3v2Size += Head + footer;
 }
 
 namespace {

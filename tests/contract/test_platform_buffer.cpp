@@ -233,6 +233,20 @@ TEST_F(Buffer, ReadsNothingWhileTheStreamIsClosed)
     EXPECT_EQ(part(data, 0, 60000), readExactly(60000));
 }
 
+TEST_F(Buffer, ReadsNothingAheadInsideTheSeekBracket)
+{
+    over(noise(100000));
+    buffer->SeekLock(true);
+    buffer->SeekLock(true);
+    start(50000, 10000);
+    EXPECT_EQ(BufferStream::TimedOut, wait(60));
+    buffer->SeekLock(false);
+    EXPECT_EQ(BufferStream::TimedOut, wait(60));
+    EXPECT_EQ(0, stream->reads());
+    buffer->SeekLock(false);
+    EXPECT_EQ(0, wait());
+}
+
 TEST_F(Buffer, RefillsInLargeSteps)
 {
     over(noise(4000000));

@@ -144,7 +144,7 @@ TEST_P(PlatformCodecs, NoWma)
     EXPECT_LT(ASF_parseAsfHeader(0, 0, scratch, &common, &stream), ASF_ParserErrors);
 
     auto const work = std::make_unique<Area<WMA_WorkBytes>[]>(3);
-    auto const words = [&](int i) { return reinterpret_cast<int*>(work[i].bytes); };
+    auto const words = [&](std::size_t i) { return reinterpret_cast<int*>(work[i].bytes); };
     Area<WMA_StateBytes> state(0);
     WMA_reset(state); // before it was begun
     __wma_info info = {};
