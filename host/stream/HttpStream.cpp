@@ -14,13 +14,14 @@ using Guard = std::lock_guard<std::mutex>;
 
 namespace {
 
-constexpr unsigned int Attempts = 3; ///< to make a broken connection again
+constexpr unsigned int Attempts = 3;    ///< to make a broken connection again
+constexpr std::size_t MostTitles = 100; ///< that wait to be heard
 
 /// Both numbers of "bytes FIRST-LAST/LENGTH"; Unknown, -1, where there is none.
 struct ContentRange {
     explicit ContentRange(std::string const& header)
     {
-        if (header.compare(0, 6, "bytes ") != 0)
+        if (header.compare(0, 6, "bytes ") != 0 || header[6] < '0' || header[6] > '9')
             return;
         first = std::strtoll(header.c_str() + 6, nullptr, 10);
         std::size_t const slash = header.find('/');
@@ -61,9 +62,15 @@ bool HttpStream::connect()
         return false;
     }
     learn(answer);
-    m_position = 0;
-    m_isAtEnd = m_isLost = false;
+    movedTo(0);
     return install(transfer);
+}
+
+void HttpStream::movedTo(long long position)
+{
+    m_position = position;
+    m_attempts = 0;
+    m_isAtEnd = m_isLost = false;
 }
 
 void HttpStream::learn(HttpAnswer const& answer)
@@ -78,13 +85,14 @@ void HttpStream::learn(HttpAnswer const& answer)
     m_validator = answer.header("etag");
     if (m_validator.empty() || m_validator.compare(0, 2, "W/") == 0)
         m_validator = answer.header("last-modified");
-    std::string const length = answer.header("content-length");
+    std::string const told = answer.header("content-length");
     Guard const guard(m_knownLock);
     m_titles.clear();
     m_taken = 0;
+    bool const tellsNone = told.empty() || answer.headers.count("transfer-encoding") != 0;
     m_length = answer.status == 206 ? ContentRange(answer.header("content-range")).length
-               : length.empty()     ? Unknown
-                                    : std::strtoll(length.c_str(), nullptr, 10);
+               : tellsNone          ? Unknown
+                                    : std::strtoll(told.c_str(), nullptr, 10);
     m_givesParts = answer.status == 206 || answer.header("accept-ranges") == "bytes";
     if (isRadio(answer)) {
         m_length = Unknown;
@@ -98,14 +106,20 @@ int HttpStream::GetCapabilities()
     return m_givesParts && m_length >= 0 ? CanSeekByte : 0;
 }
 
+long long HttpStream::length() const
+{
+    Guard const guard(m_knownLock);
+    return m_length;
+}
+
 int HttpStream::GetStreamProperty(int key, std::string& value)
 {
     if (key != ContentLength)
         return NetworkStream::GetStreamProperty(key, value);
-    Guard const guard(m_knownLock);
-    if (m_length < 0)
+    long long const known = length();
+    if (known < 0)
         return ErrorFailed;
-    value = std::to_string(m_length);
+    value = std::to_string(known);
     return Ok;
 }
 
@@ -116,6 +130,7 @@ HttpResult HttpStream::readSome(void* to, std::size_t room, std::size_t& got)
     while (!m_isLost) {
         HttpResult result = receive(to, room, got);
         if (result == HttpResult::Ok) {
+            m_attempts = 0;
             if (m_icy)
                 got = m_icy->filter(static_cast<std::uint8_t*>(to), got);
             m_position += static_cast<long long>(got);
@@ -123,7 +138,8 @@ HttpResult HttpStream::readSome(void* to, std::size_t room, std::size_t& got)
                 return result;
             continue;
         }
-        if (result == HttpResult::Dropped)
+        bool const isEarly = result == HttpResult::Finished && m_position < length();
+        if (result == HttpResult::Dropped || isEarly)
             result = resume();
         else if (result == HttpResult::Failed)
             fail(receivingFault());
@@ -137,19 +153,23 @@ HttpResult HttpStream::readSome(void* to, std::size_t room, std::size_t& got)
 HttpResult HttpStream::resume()
 {
     HttpFault fault = receivingFault();
+    if (fault.number == 0)
+        fault = {ECONNRESET, "the server ended before the end of the file"};
     bool const canResume = GetCapabilities() != 0;
-    for (unsigned int attempt = 1; canResume && attempt <= Attempts; ++attempt) {
-        if (!pauseBefore(attempt))
+    while (canResume && m_attempts < Attempts) {
+        if (!pauseBefore(m_attempts + 1))
             return isClosed() ? HttpResult::Cancelled : HttpResult::Interrupted;
         Transfer const transfer = beginAt(m_position, fault);
-        if (isClosed() || (transfer && !install(transfer)))
+        bool const isThere = transfer && install(transfer);
+        if (isClosed())
             return HttpResult::Cancelled;
-        if (transfer) {
+        if (isThere)
             isReconnected();
-            return HttpResult::Ok;
-        }
         if (wasInterrupted())
             return HttpResult::Interrupted;
+        ++m_attempts;
+        if (isThere)
+            return HttpResult::Ok;
     }
     fail(fault);
     m_isLost = true;
@@ -167,10 +187,8 @@ NetworkStream::Transfer HttpStream::beginAt(long long position, HttpFault& fault
     if (!transfer)
         return nullptr;
     ContentRange const range(answer.header("content-range"));
-    std::string length;
-    GetStreamProperty(ContentLength, length);
     if (answer.status == 206 && range.first == position &&
-        (range.length < 0 || std::to_string(range.length) == length))
+        (range.length < 0 || range.length == length()))
         return transfer;
     fault = answer.status / 100 == 2
                 ? HttpFault{EIO, "the file on the server is not the same any more"}
@@ -181,13 +199,11 @@ NetworkStream::Transfer HttpStream::beginAt(long long position, HttpFault& fault
 int HttpStream::SeekByte(long long offset)
 {
     Use const use = useInsteadOfReading();
-    std::string length;
     if (IsOpened() < 0)
         return ErrorFailed;
     if (GetCapabilities() == 0)
         return ErrorNotSupported;
-    GetStreamProperty(ContentLength, length);
-    long long const end = std::strtoll(length.c_str(), nullptr, 10);
+    long long const end = length();
     if (offset < 0 || offset > end)
         return ErrorFailed;
     if (offset != end) {
@@ -195,16 +211,18 @@ int HttpStream::SeekByte(long long offset)
         Transfer const transfer = beginAt(offset, fault);
         if (!transfer || !install(transfer))
             return ErrorFailed;
+        isReconnected();
     }
+    movedTo(offset);
     m_isAtEnd = offset == end;
-    m_isLost = false;
-    m_position = offset;
     return Ok;
 }
 
 void HttpStream::noteTitle(long long position, std::string const& text)
 {
     Guard const guard(m_knownLock);
+    if (m_titles.size() == MostTitles)
+        m_titles.erase(m_titles.begin());
     m_titles.push_back({position, text});
 }
 

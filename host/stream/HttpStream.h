@@ -27,16 +27,18 @@ private:
     static constexpr long long Unknown = -1;
 
     void learn(HttpAnswer const& answer);
+    void movedTo(long long position);
+    long long length() const;
     Transfer beginAt(long long position, HttpFault& fault);
     HttpResult resume();
     void noteTitle(long long position, std::string const& text);
 
-    std::unique_ptr<IcyTitles>
-        m_icy;                ///< of a stream that brings titles; with the use of the stream
-    long long m_position = 0; ///< of the next byte; with the use of the stream
-    bool m_isAtEnd = false;   ///< a seek went there; with the use of the stream
-    bool m_isLost = false;    ///< the connection could not be made again; so
-    std::string m_validator;  ///< what tells whether the file is still the same; so
+    std::unique_ptr<IcyTitles> m_icy; ///< where titles come; with the use of the stream
+    long long m_position = 0;         ///< of the next byte; with the use of the stream
+    unsigned int m_attempts = 0;      ///< to connect again, since the last byte; so
+    bool m_isAtEnd = false;           ///< a seek went there; with the use of the stream
+    bool m_isLost = false;            ///< the connection could not be made again; so
+    std::string m_validator;          ///< what tells whether the file is still the same; so
 
     mutable std::mutex m_knownLock; ///< guards what follows; taken alone
     long long m_length = Unknown;

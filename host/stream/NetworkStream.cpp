@@ -3,6 +3,7 @@
 #include "decoder/Result.h"
 
 #include <cerrno>
+#include <utility>
 
 namespace avr { namespace host {
 
@@ -32,6 +33,7 @@ int NetworkStream::Open()
             return Ok;
         m_fault = {};
         m_contentType.clear();
+        m_interrupted = false;
         m_closesBefore = m_closes;
         m_phase = Phase::Connecting;
     }
@@ -75,20 +77,20 @@ int NetworkStream::Read(void* buf, unsigned int len, unsigned int* got)
         Lock const lock(m_lock);
         if (!m_isOpen)
             return ErrorFailed;
-        if (m_seeksWaiting != 0)
+        if (std::exchange(m_interrupted, false) || m_seeksWaiting != 0)
             return StreamRetry;
         m_isReading = true;
-        m_interrupted = false;
     }
     std::size_t bytes = 0;
     HttpResult const result = readSome(buf, len, bytes);
     Lock const lock(m_lock);
     m_isReading = false;
-    *got = static_cast<unsigned int>(bytes);
     switch (result) {
     case HttpResult::Ok:
+        *got = static_cast<unsigned int>(bytes);
         return Ok;
     case HttpResult::Interrupted:
+        m_interrupted = false;
         return StreamRetry;
     case HttpResult::Finished:
         return ResultEndOfStream;
@@ -154,9 +156,9 @@ void NetworkStream::interruptRead()
     Transfer transfer, pending;
     {
         Lock const lock(m_lock);
+        m_interrupted = true;
         if (!m_isReading)
             return;
-        m_interrupted = true;
         transfer = m_transfer;
         pending = m_pending;
         m_wake.notify_all();
@@ -177,6 +179,7 @@ NetworkStream::Use NetworkStream::useInsteadOfReading()
     Use use(m_use);
     Lock const lock(m_lock);
     --m_seeksWaiting;
+    m_interrupted = false;
     return use;
 }
 
@@ -194,7 +197,7 @@ NetworkStream::Transfer NetworkStream::begin(std::string const& url,
         module->makeTransfer({url, std::move(headers), m_limits.connect, m_limits.stall});
     {
         Lock const lock(m_lock);
-        if (isClosedLocked())
+        if (isClosedLocked() || (m_isReading && m_interrupted))
             return nullptr;
         m_pending = transfer;
     }

@@ -109,7 +109,7 @@ private:
     Transfer m_transfer;             ///< what is read
     Transfer m_pending;              ///< what waits for its answer
     bool m_isReading = false;
-    bool m_interrupted = false;
+    bool m_interrupted = false; ///< the Read in progress, or else the next one
     unsigned int m_seeksWaiting = 0;
     HttpFault m_fault;
     std::string m_contentType;

@@ -33,6 +33,19 @@ HttpFault connectFault(CURL* easy)
             "cannot connect to " + hostOf(easy) + ": " + std::generic_category().message(code)};
 }
 
+/// Where libcurl does not go.
+HttpFault wayFault(CURL* easy)
+{
+    long status = 0, connections = 0;
+    curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
+    curl_easy_getinfo(easy, CURLINFO_NUM_CONNECTS, &connections);
+    if (status / 100 == 3)
+        return {EINVAL, "the server sends it on to what is no address of http or https"};
+    if (connections != 0)
+        return {EPROTO, hostOf(easy) + " does not answer as a web server does"};
+    return {EINVAL, "this is no address of http or https; check it"};
+}
+
 } // namespace
 
 CurlFault explainCurl(CURLcode code, CURL* easy, const char* words)
@@ -54,14 +67,18 @@ CurlFault explainCurl(CURLcode code, CURL* easy, const char* words)
         return {HttpResult::Failed, {ELOOP, "the server sends it on again and again"}};
     case CURLE_URL_MALFORMAT:
     case CURLE_UNSUPPORTED_PROTOCOL:
-        return {HttpResult::Failed, {EINVAL, "this is no address of http or https; check it"}};
+    case CURLE_WEIRD_SERVER_REPLY:
+        return {HttpResult::Failed, wayFault(easy)};
+    case CURLE_WRITE_ERROR: // a header is the only thing that is refused
+        return {HttpResult::Failed, {EPROTO, "the server's answer is too long"}};
     case CURLE_GOT_NOTHING:
     case CURLE_PARTIAL_FILE:
     case CURLE_RECV_ERROR:
     case CURLE_SEND_ERROR:
         return {HttpResult::Dropped, {ECONNRESET, "the connection to " + hostOf(easy) + " broke"}};
     case CURLE_OUT_OF_MEMORY:
-        return {HttpResult::Failed, {ENOMEM, "out of memory"}};
+        return {HttpResult::Failed,
+                {ENOMEM, "the server's answer is longer than there is memory for"}};
     default:
         return {HttpResult::Failed, {EPROTO, *words != '\0' ? words : curl_easy_strerror(code)}};
     }

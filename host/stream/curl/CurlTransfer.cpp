@@ -20,6 +20,9 @@ using std::chrono::milliseconds;
 
 constexpr long LargestChunk = 64 * 1024; ///< that libcurl brings at once
 constexpr long MostRedirects = 10;
+/// libcurl watches the time for connecting too, but behind our back, and when it is over while the
+/// system looks for the host, it waits for the system. So it must be later than ours.
+constexpr milliseconds LaterLimit{1000};
 constexpr std::size_t MostHeaderBytes = 64 * 1024;
 
 /// A transfer that runs on the thread that wants its bytes; nothing happens between the calls.
@@ -113,10 +116,11 @@ CurlTransfer::CurlTransfer(HttpRequest const& request)
 
 CurlTransfer::~CurlTransfer()
 {
-    if (!m_lookingUp)
-        return;
-    curl_easy_setopt(m_curl->easy, CURLOPT_ERRORBUFFER, nullptr);
-    abandon(std::move(m_curl));
+    if (m_lookingUp) {
+        curl_easy_setopt(m_curl->easy, CURLOPT_ERRORBUFFER, nullptr);
+        abandon(std::move(m_curl));
+    }
+    m_curl.reset(); // while all that it calls is still there
 }
 
 void CurlTransfer::setUp(HttpRequest const& request)
@@ -131,7 +135,7 @@ void CurlTransfer::setUp(HttpRequest const& request)
     // Old radio servers begin their answer so.
     static curl_slist* const radio = curl_slist_append(nullptr, "ICY 200 OK");
     set(CURLOPT_HTTP200ALIASES, radio);
-    set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(m_connectLimit.count()));
+    set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>((m_connectLimit + LaterLimit).count()));
     set(CURLOPT_BUFFERSIZE, LargestChunk);
     set(CURLOPT_TCP_KEEPALIVE, 1L);
     set(CURLOPT_NOSIGNAL, 1L);
@@ -163,7 +167,10 @@ int CurlTransfer::onLookUp(void*, void*, void* self)
 
 curl_socket_t CurlTransfer::onSocket(void* self, curlsocktype, curl_sockaddr* address)
 {
-    static_cast<CurlTransfer*>(self)->m_lookingUp = false;
+    auto& transfer = *static_cast<CurlTransfer*>(self);
+    transfer.m_lookingUp = false;
+    if (std::exchange(transfer.m_connected, false)) // somewhere else, and then sent on
+        transfer.m_progressAt = Clock::now();
     return socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
 }
 
@@ -292,12 +299,14 @@ HttpResult CurlTransfer::drive(bool (CurlTransfer::*done)() const)
             return m_fault.result;
         if (m_interrupted.exchange(false))
             return HttpResult::Interrupted;
-        // The time for connecting is libcurl's to watch.
         auto const silent = std::chrono::duration_cast<milliseconds>(Clock::now() - m_progressAt);
-        milliseconds const limit = m_connected ? m_stallLimit : m_connectLimit + m_stallLimit;
+        milliseconds const limit = m_connected ? m_stallLimit : m_connectLimit;
         if (silent >= limit)
-            return fail(ETIMEDOUT, m_headIsWhole ? "the server sends nothing more; try again later"
-                                                 : "the server does not answer; try again later");
+            return fail(ETIMEDOUT,
+                        m_headIsWhole ? "the server sends nothing more; try again later"
+                        : m_lookingUp
+                            ? "the host is not found in time; check the network connection"
+                            : "the server does not answer; try again later");
         curl_multi_poll(m_curl->multi, nullptr, 0, static_cast<int>((limit - silent).count()),
                         nullptr);
     }
