@@ -75,8 +75,8 @@ TEST_F(HttpClose, WhileTheSystemLooksForTheHost)
 {
     ScriptedServer const server([](Request const&, Answer&) {});
     SlowResolver const resolver;
-    std::string const url = std::string("http://") + SlowResolver::SlowHost + ':' +
-                            std::to_string(server.port()) + '/';
+    std::string const url =
+        std::string("http://") + SlowResolver::SlowHost + ':' + std::to_string(server.port()) + '/';
     closeAt("resolve", url,
             [&](Listener&, unsigned int round) { resolver.waitForQuestions(round); });
     EXPECT_EQ(server.requests().size(), 0u);

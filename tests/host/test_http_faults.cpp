@@ -10,10 +10,7 @@ std::string const tune = ::noise(300000);
 constexpr std::size_t Half = 150000;
 class HttpFaults : public NetworkTest {};
 
-NetworkLimits hasty()
-{
-    return {milliseconds(100), milliseconds(100), milliseconds(1)};
-}
+NetworkLimits hasty() { return {milliseconds(100), milliseconds(100), milliseconds(1)}; }
 
 /// Opens, and reads while that goes. @return why there is no more
 std::string faultAt(std::string const& url, NetworkLimits const& limits = patient())
@@ -64,22 +61,34 @@ TEST_F(HttpFaults, ADropIsNotNoticed)
 /// Before that all is delivered that has come.
 TEST_F(HttpFaults, ThreeAttemptsAreMade)
 {
-    for (bool const refuses : {false, true}) {
+    struct Case {
+        ScriptedServer::Script resume;
+        int error;
+        const char* words;
+    };
+    for (Case const &refusal :
+         {Case{[](Request const&, Answer&to) { to.send(head("503 Busy")); }, EBUSY,
+               "the server is too busy (status 503); try again later"},
+          Case{[](Request const&, Answer&) {}, ECONNRESET, "the connection to 127.0.0.1 broke"},
+          Case{[](Request const&request, Answer&to) { giveFile(request, to, tune, Half); },
+               ECONNRESET, "the connection to 127.0.0.1 broke"},
+          Case{[](Request const&, Answer&to) {
+                   to.send(head("206 Part", "Content-Length: 0\r\n"
+                                            "Content-Range: bytes 150000-150000/300000\r\n"));
+               },
+               ECONNRESET, "the server ended before the end of the file"}}) {
         ScriptedServer server([&](Request const& request, Answer& to) {
-            if (request.number == 1)
-                giveFile(request, to, tune, Half, "Last-Modified: b\r\nETag: W/\"weak\"\r\n");
-            else if (refuses)
-                to.send(head("503 Busy"));
+            if (request.number > 1)
+                return refusal.resume(request, to);
+            giveFile(request, to, tune, Half, "Last-Modified: b\r\nETag: W/\"weak\"\r\n");
         });
         HttpStream stream(server.url(), patient());
         ASSERT_EQ(stream.Open(), 0);
         Reading const all = readAll(stream);
         EXPECT_TRUE(all.bytes == tune.substr(0, Half)) << all.bytes.size();
         EXPECT_EQ(all.result, Failed);
-        EXPECT_EQ(stream.GetErrorStatus(), refuses ? EBUSY : ECONNRESET);
-        EXPECT_EQ(stream.errorText(),
-                  refuses ? "the server is too busy (status 503); try again later"
-                          : "the connection to 127.0.0.1 broke");
+        EXPECT_EQ(stream.GetErrorStatus(), refusal.error);
+        EXPECT_EQ(stream.errorText(), refusal.words);
         EXPECT_EQ(readAll(stream).result, Failed);
         auto requests = server.requests();
         ASSERT_EQ(requests.size(), 4u);
@@ -167,10 +176,10 @@ TEST_F(HttpFaults, EveryRefusalHasItsWords)
 TEST_F(HttpFaults, WrongWays)
 {
     std::string const nobody = loopbackUrl(listenOnLoopback(1).port(), "/");
-    EXPECT_EQ(faultAt(nobody),
-              "127.0.0.1 refuses the connection; check the address and its port");
-    EXPECT_EQ(faultAt(std::string("http://") + NoHost),
-              "no host of the name none.test is found; check the address and the network connection");
+    EXPECT_EQ(faultAt(nobody), "127.0.0.1 refuses the connection; check the address and its port");
+    EXPECT_EQ(
+        faultAt(std::string("http://") + NoHost),
+        "no host of the name none.test is found; check the address and the network connection");
     EXPECT_EQ(faultAt("nothing://x"), "this is no address of http or https; check it");
     EXPECT_EQ(faultAt("http://a b/"), "this is no address of http or https; check it");
     for (const char* target : {"file:///etc/passwd", "ftp://127.0.0.1/x"})
@@ -184,30 +193,32 @@ TEST_F(HttpFaults, NoAnswerOfAWebServer)
 {
     EXPECT_EQ(faultOfAnswer(""), "the connection to 127.0.0.1 broke");
     EXPECT_EQ(faultOfAnswer("HTTP/1.1 200 OK\r\nContent-Type: audio/mpeg"),
-              "the connection to 127.0.0.1 broke");
+              "the server's answer is broken");
     for (std::string const& garbage : {::noise(5000), std::string("220 mail.example ready\r\n")})
         EXPECT_EQ(faultOfAnswer(garbage), "127.0.0.1 does not answer as a web server does");
     std::string many;
     while (many.size() < 70000)
         many += "X-Filler: something\r\n";
-    for (std::string const& headers :
-         {many, "X-Filler: " + std::string(70000, 'x') + "\r\n",
-          "X-Filler: " + std::string(3000000, 'x') + "\r\n"})
-        EXPECT_EQ(faultOfAnswer(head("200 OK", headers)), "the server's answer is too long");
+    EXPECT_EQ(faultOfAnswer(head("200 OK", many)), "the server's answer is too long");
+    for (std::size_t const size : {70000u, 3000000u}) {
+        std::string const headers = "X-Filler: " + std::string(size, 'x') + "\r\n";
+        EXPECT_EQ(faultOfAnswer(head("200 OK", headers)).find("the server's answer is"), 0u);
+    }
 }
 
 TEST_F(HttpFaults, WaitingHasLimits)
 {
+    NetworkLimits answersSoon = patient();
+    answersSoon.stall = std::chrono::seconds(1);
     std::string const silence = "the server does not answer; try again later";
     auto const never = [](Request const&, Answer& to) { to.stall(); };
     EXPECT_EQ(faultOf(never, hasty()), silence);
     DeadPort const dead;
-    EXPECT_EQ(faultAt(loopbackUrl(dead.port(), "/"), hasty()),
-              "127.0.0.1 does not answer; try again later");
+    EXPECT_EQ(faultAt(loopbackUrl(dead.port(), "/"), hasty()), silence);
     {
         SlowResolver const resolver;
         EXPECT_EQ(faultAt(std::string("http://") + SlowResolver::SlowHost, hasty()),
-                  "looking for slow.test takes too long; check the network connection");
+                  "the host is not found in time; check the network connection");
     }
     for (std::size_t const upTo : {std::size_t(0), Half})
         EXPECT_EQ(faultOf(
@@ -215,7 +226,7 @@ TEST_F(HttpFaults, WaitingHasLimits)
                           giveFile(request, to, tune, upTo);
                           to.stall();
                       },
-                      hasty()),
+                      answersSoon),
                   "the server sends nothing more; try again later");
 }
 
@@ -223,10 +234,10 @@ TEST_F(HttpFaults, ASlowServerIsNoSilentOne)
 {
     ScriptedServer const server([](Request const& request, Answer& to) {
         to.send(fileHead(request, "a slow stream"));
-        to.drip("a slow stream", 50);
+        to.drip("a slow stream", 10);
     });
-    NetworkLimits limits = hasty();
-    limits.stall = milliseconds(200);
+    NetworkLimits limits = patient();
+    limits.stall = std::chrono::seconds(1);
     HttpStream stream(server.url(), limits);
     ASSERT_EQ(stream.Open(), 0);
     EXPECT_EQ(readAll(stream).bytes, "a slow stream");

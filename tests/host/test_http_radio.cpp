@@ -30,9 +30,10 @@ TEST_F(Radio, TellsTitlesWhenTheyAreHeard)
         body += audio.substr(part * Interval, Interval) + (part < 4 ? block(titles[part]) : "");
     for (const char* status : {"HTTP/1.1 200 OK\r\n", "ICY 200 OK\r\n"}) {
         ScriptedServer server([&](Request const&, Answer& to) {
-            to.send(status + std::string("icy-name: Some Radio\r\nicy-metaint:1000\r\n"
-                                         "Accept-Ranges: bytes\r\nContent-Length: 5000\r\n"
-                                         "content-type: Audio/MPEG; x=y\r\n\r\n") +
+            to.send(status +
+                    std::string("icy-name: Some Radio\r\nicy-metaint:1000\r\n"
+                                "Accept-Ranges: bytes\r\nContent-Length: 5000\r\n"
+                                "content-type: Audio/MPEG; x=y\r\n\r\n") +
                     body);
         });
         auto const below = boost::make_shared<HttpStream>(server.url("/live"), patient());

@@ -33,9 +33,9 @@ TEST_F(HttpFiles, AreAsTheServerHasThem)
     struct Case {
         const char *path, *type;
     };
-    for (Case const& file : {Case{"/tune.mp3", "audio/mpeg"}, Case{"/tune.flac", "audio/flac"},
-                             Case{"/moved/tune.mp3", "audio/mpeg"},
-                             Case{"/list.m3u", "audio/x-mpegurl"}}) {
+    for (Case const& file :
+         {Case{"/tune.mp3", "audio/mpeg"}, Case{"/tune.flac", "audio/flac"},
+          Case{"/moved/tune.mp3", "audio/mpeg"}, Case{"/list.m3u", "audio/x-mpegurl"}}) {
         server.serve("tune.mp3", tune);
         server.serve("tune.flac", tune);
         server.serve("list.m3u", tune);
@@ -99,8 +99,7 @@ TEST_F(HttpFiles, ThatAreNotGivenSayWhy)
     HttpStream missing(server.url("/missing.mp3"), patient());
     HttpStream denied(server.url("/secret.denied"), patient());
     EXPECT_EQ(missing.Open(), Failed);
-    EXPECT_EQ(missing.errorText(),
-              "the server does not have it (status 404); check the address");
+    EXPECT_EQ(missing.errorText(), "the server does not have it (status 404); check the address");
     missing.Close();
     EXPECT_EQ(missing.GetErrorStatus(), ENOENT) << "kept over Close";
     server.serve("missing.mp3", tune);
@@ -156,9 +155,8 @@ TEST_F(HttpScripts, UnderAReadAheadBuffer)
     ASSERT_EQ(stream.Open(), 0);
     stream.StartBuffering();
     EXPECT_EQ(stream.WaitForReadable(60000, {}), 0);
-    EXPECT_TRUE(eventually([&] {
-        return readAll(stream).result == NothingYet && stream.GetPosition() == Half;
-    }));
+    EXPECT_TRUE(eventually(
+        [&] { return readAll(stream).result == NothingYet && stream.GetPosition() == Half; }));
     EXPECT_EQ(stream.SeekByte(Half - 60000), 0);
     EXPECT_TRUE(readUpTo(stream, 60000).bytes == tune.substr(Half - 60000, 60000)) << "history";
     EXPECT_EQ(server.requests().size(), 1u);
@@ -173,24 +171,45 @@ TEST_F(HttpScripts, UnderAReadAheadBuffer)
     below->Close();
 }
 
-/// The reader may be just in front of a Read when the interruption comes.
-TEST_F(HttpScripts, ManySeeksUnderAReadAheadBuffer)
+/// The reader may be just in front of its Read.
+TEST_F(HttpScripts, AnInterruptionIsNotLostBetweenReads)
 {
     ScriptedServer server([](Request const& request, Answer& to) {
-        giveFile(request, to, tune, request.first() + 500);
+        giveFile(request, to, tune, Half);
         to.stall();
     });
-    auto const below = boost::make_shared<HttpStream>(server.url(), patient());
-    kiv::appli::BufferStream stream(below);
-    stream.SetStartThreashold(1);
+    HttpStream stream(server.url(), patient());
     ASSERT_EQ(stream.Open(), 0);
-    stream.StartBuffering();
-    for (long long at = 0; at < 200000; at += 1000) {
-        ASSERT_EQ(stream.SeekByte(at), 0);
-        EXPECT_EQ(stream.WaitForReadable(60000, {}), 0);
-        EXPECT_EQ(readUpTo(stream, 1).bytes[0], tune[static_cast<std::size_t>(at)]);
+    EXPECT_EQ(readUpTo(stream, Half).result, 0);
+    stream.interruptRead();
+    EXPECT_EQ(readAll(stream).result, NothingYet);
+    stream.interruptRead();
+    EXPECT_EQ(stream.SeekByte(Half - 100), 0);
+    EXPECT_EQ(readUpTo(stream, 100).bytes, tune.substr(Half - 100, 100)) << "it was for the seek";
+}
+
+TEST_F(HttpScripts, ASeekEndsConnectingAgain)
+{
+    for (bool const isAsked : {false, true}) {
+        ScriptedServer server([](Request const& request, Answer& to) {
+            if (request.number == 2 && request.first() == Half)
+                return to.stall();
+            giveFile(request, to, tune, request.number == 1 ? Half : tune.size());
+        });
+        NetworkLimits limits = patient();
+        limits.pause = isAsked ? milliseconds(1) : std::chrono::minutes(10);
+        HttpStream stream(server.url(), limits);
+        ASSERT_EQ(stream.Open(), 0);
+        std::thread reader([&] { EXPECT_EQ(readAll(stream).result, NothingYet); });
+        if (isAsked)
+            server.waitForRequests(2);
+        EXPECT_TRUE(
+            eventually([&] { return stream.status().phase == HttpStream::Phase::Reconnecting; }));
+        EXPECT_EQ(stream.SeekByte(200000), 0);
+        reader.join();
+        EXPECT_EQ(stream.status().phase, HttpStream::Phase::Open);
+        EXPECT_TRUE(readAll(stream).bytes == tune.substr(200000));
     }
-    below->Close();
 }
 
 }} // namespace avr::test

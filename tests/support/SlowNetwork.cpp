@@ -85,7 +85,7 @@ using avr::test::SlowResolver;
 using avr::test::Watch;
 
 extern "C" AVR_API int getaddrinfo(const char* host, const char* service, const addrinfo* hints,
-                           addrinfo** found)
+                                   addrinfo** found)
 {
     static auto const system =
         reinterpret_cast<decltype(&getaddrinfo)>(dlsym(RTLD_NEXT, "getaddrinfo"));

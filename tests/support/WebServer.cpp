@@ -47,7 +47,7 @@ WebServer::WebServer()
 
 WebServer::~WebServer()
 {
-    kill(m_process, SIGTERM);
+    kill(m_process, SIGKILL); // it is slow to hear the others
     waitpid(m_process, nullptr, 0);
 }
 
