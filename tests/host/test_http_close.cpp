@@ -170,19 +170,15 @@ TEST_F(HttpClose, AtAnyMoment)
         giveFile(request, to, tune, request.number % 2 == 0 ? Half : tune.size());
     });
     HttpStream stream(server.url(), patient());
-    std::atomic<bool> over{false};
-    std::thread closer([&] {
-        for (; !over; std::this_thread::yield())
-            stream.Close();
-    });
-    for (unsigned int round = 0; round < 10 * Rounds; ++round) {
-        stream.Open();
-        Reading const all = readAll(stream);
-        EXPECT_TRUE(all.bytes == tune.substr(0, all.bytes.size()));
-        EXPECT_EQ(stream.GetErrorStatus(), 0) << stream.errorText();
+    {
+        Closer const closer(stream);
+        for (unsigned int round = 0; round < 5 * Rounds; ++round) {
+            stream.Open();
+            Reading const all = readAll(stream);
+            EXPECT_TRUE(all.bytes == tune.substr(0, all.bytes.size()));
+            EXPECT_EQ(stream.GetErrorStatus(), 0) << stream.errorText();
+        }
     }
-    over = true;
-    closer.join();
     stream.Close();
     EXPECT_EQ(stream.Open(), 0);
     EXPECT_TRUE(readAll(stream).bytes == tune);

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdlib>
 
 namespace avr { namespace test {
@@ -51,6 +52,28 @@ inline std::string length(Avr::Interface::IReadableStream& stream)
     stream.GetStreamProperty(HttpStream::ContentLength, value);
     return value;
 }
+
+/// Closes a stream again and again while it lives, after times that differ.
+class Closer {
+public:
+    explicit Closer(host::NetworkStream& stream)
+        : m_thread([this, &stream] {
+              for (int round = 0; !m_isOver; ++round) {
+                  stream.Close();
+                  std::this_thread::sleep_for(std::chrono::microseconds(round % 50 * 40));
+              }
+          })
+    {}
+    ~Closer()
+    {
+        m_isOver = true;
+        m_thread.join();
+    }
+
+private:
+    std::atomic<bool> m_isOver{false};
+    std::thread m_thread;
+};
 
 /// After each test no thread and no descriptor is left.
 class NetworkTest : public testing::Test {

@@ -128,7 +128,9 @@ bool ScriptedServer::receive(Socket const& connection, Request& request) const
         std::string name = line.substr(0, line.find(':'));
         std::transform(name.begin(), name.end(), name.begin(),
                        [](char c) { return char(c >= 'A' && c <= 'Z' ? c + 32 : c); });
-        request.headers[name] = line.substr(name.size() + 2, line.size() - name.size() - 3);
+        std::string& value = request.headers[name];
+        value += value.empty() ? "" : ", ";
+        value += line.substr(name.size() + 2, line.size() - name.size() - 3);
     }
     return true;
 }

@@ -12,7 +12,7 @@ namespace avr { namespace test {
 struct Request {
     std::size_t number = 0; ///< from 1
     std::string method, path;
-    std::map<std::string, std::string> headers; ///< by name in lower case
+    std::map<std::string, std::string> headers; ///< by name in lower case, joined by ", "
     /// First byte of the range that is asked for.
     std::size_t first() const;
 };
