@@ -177,9 +177,9 @@ TEST_F(HttpClose, AtAnyMoment)
             Reading const all = readAll(stream);
             EXPECT_TRUE(all.bytes == tune.substr(0, all.bytes.size()));
             EXPECT_EQ(stream.GetErrorStatus(), 0) << stream.errorText();
+            stream.Close();
         }
     }
-    stream.Close();
     EXPECT_EQ(stream.Open(), 0);
     EXPECT_TRUE(readAll(stream).bytes == tune);
 }

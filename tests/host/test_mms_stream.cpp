@@ -145,6 +145,7 @@ TEST_F(Mms, CloseAtAnyMoment)
         std::string const bytes = readAll(stream).bytes;
         EXPECT_TRUE(bytes == textOf(file).substr(0, bytes.size()));
         EXPECT_EQ(stream.GetErrorStatus(), 0) << stream.errorText();
+        stream.Close();
     }
 }
 
