@@ -1,7 +1,5 @@
 #pragma once
 
-#include <condition_variable>
-#include <mutex>
 #include <string>
 
 namespace avr { namespace test {
@@ -33,27 +31,6 @@ public:
 private:
     Socket m_listener = listenOnLoopback(0);
     Socket m_first, m_second;
-};
-
-/// What threads wait at until it is open.
-class Gate {
-public:
-    void open()
-    {
-        std::lock_guard<std::mutex> const guard(m_lock);
-        m_isOpen = true;
-        m_changed.notify_all();
-    }
-    void wait()
-    {
-        std::unique_lock<std::mutex> lock(m_lock);
-        m_changed.wait(lock, [this] { return m_isOpen; });
-    }
-
-private:
-    std::mutex m_lock;
-    std::condition_variable m_changed;
-    bool m_isOpen = false;
 };
 
 }} // namespace avr::test

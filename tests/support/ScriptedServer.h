@@ -2,8 +2,10 @@
 
 #include "Loopback.h"
 
+#include <condition_variable>
 #include <functional>
 #include <map>
+#include <mutex>
 #include <thread>
 #include <vector>
 

@@ -3,9 +3,11 @@
 #include "decoder/Export.h"
 
 #include <arpa/inet.h>
+#include <condition_variable>
 #include <cstring>
 #include <dlfcn.h>
 #include <map>
+#include <mutex>
 #include <netdb.h>
 #include <sys/socket.h>
 

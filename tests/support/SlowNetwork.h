@@ -1,9 +1,5 @@
 #pragma once
 
-#include "Loopback.h"
-
-#include <memory>
-
 namespace avr { namespace test {
 
 /// The host name SlowHost is not found before this is gone, and then it is this machine. One at a
