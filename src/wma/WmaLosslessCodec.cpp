@@ -26,6 +26,7 @@ struct WmaLosslessCodec::Areas {
 WmaLosslessCodec::WmaLosslessCodec() : m_areas(new Areas) // the codec's to initialise, page by page
 {
     m_areas->info = {};
+    std::memset(m_areas->state, 0, sizeof m_areas->state); // a reset may come before anything else
 }
 
 WmaLosslessCodec::~WmaLosslessCodec() = default;

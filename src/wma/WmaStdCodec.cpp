@@ -27,6 +27,7 @@ struct WmaStdCodec::Areas {
 WmaStdCodec::WmaStdCodec() : m_areas(new Areas) // the codec's to initialise, page by page
 {
     m_areas->info = {};
+    std::memset(m_areas->state, 0, sizeof m_areas->state); // a reset may come before anything else
 }
 
 WmaStdCodec::~WmaStdCodec() = default;
