@@ -41,7 +41,8 @@ std::string text(Bytes const& bytes) { return {bytes.begin(), bytes.end()}; }
 std::string mms(Request const& request, std::string const& asf, std::string const& end)
 {
     std::vector<Bytes> chunks = mmshChunks(Bytes(asf.begin(), asf.end()));
-    bool const plays = request.headers.at("pragma").find("stream-switch-entry=ffff:1:0") == 0;
+    bool const plays =
+        request.headers.at("pragma").find("stream-switch-entry=ffff:1:0") != std::string::npos;
     std::string body;
     for (Bytes const& chunk : chunks)
         if (chunk[1] == 'H' || (plays && chunk[1] == 'D'))
