@@ -14,6 +14,9 @@ using Guard = std::lock_guard<std::mutex>;
 
 namespace {
 
+/// Some stations send nobody away but those who do not say who they are.
+constexpr const char* UserAgent = "User-Agent: libavrdecoder/1";
+
 constexpr unsigned int Attempts = 3;    ///< to make a broken connection again
 constexpr std::size_t MostTitles = 100; ///< that wait to be heard
 
@@ -51,7 +54,7 @@ bool HttpStream::connect()
     HttpAnswer answer;
     HttpFault fault;
     Transfer const transfer =
-        begin(address(), {"Range: bytes=0-", "Icy-MetaData: 1"}, answer, fault);
+        begin(address(), {UserAgent, "Range: bytes=0-", "Icy-MetaData: 1"}, answer, fault);
     bool const isWhole =
         answer.status == 200 ||
         (answer.status == 206 && ContentRange(answer.header("content-range")).first == 0);
@@ -179,7 +182,8 @@ HttpResult HttpStream::resume()
 /// @return null with `fault` when the server does not give what is wanted
 NetworkStream::Transfer HttpStream::beginAt(long long position, HttpFault& fault)
 {
-    std::vector<std::string> headers = {"Range: bytes=" + std::to_string(position) + '-'};
+    std::vector<std::string> headers = {UserAgent,
+                                        "Range: bytes=" + std::to_string(position) + '-'};
     if (!m_validator.empty())
         headers.push_back("If-Range: " + m_validator);
     HttpAnswer answer;
