@@ -1,6 +1,6 @@
 #include "AsfFile.h"
-#include "AsfPackets.h"
 #include "AsfHeaderFacts.h"
+#include "AsfPackets.h"
 #include "AsfPadding.h"
 #include "MmsFraming.h"
 #include "MmshBody.h"
