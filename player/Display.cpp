@@ -60,7 +60,7 @@ std::string statusText(Status const& status, std::size_t columns)
     std::string const head = std::string(stateText(status.state)) + "  " +
                              timeText(status.elapsed) + " / " + durationText(status.info.duration);
     std::string tail;
-    if (status.bufferFill >= 0)
+    if (status.bufferFill >= 0 && status.bufferFill < 100)
         tail += "  buffer " + std::to_string(status.bufferFill) + '%';
     if (!status.title.empty()) // before the format, which stands in the track's line, too
         tail += "  " + printable(status.title);
