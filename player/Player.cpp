@@ -53,22 +53,24 @@ int Player::play()
 
 int Player::probe()
 {
-    for (std::size_t i = 0; i < m_entries.size() && !m_signals.interrupted(); ++i)
-        if (!probeEntry(i))
+    std::size_t i = 0;
+    while (i < m_entries.size() && !m_signals.interrupted()) {
+        Found const found = findFor(m_entries[i].address, m_options, m_wakeup, m_signals);
+        if (expand(i, found))
+            continue;
+        if (!say(probeSource(found, m_wakeup, m_signals)))
             break;
+        ++i;
+    }
     return exitCode();
 }
 
 /// @return false when nothing more can be said
-bool Player::probeEntry(std::size_t entry)
+bool Player::say(Probe const& probe)
 {
-    Found const found = findFor(m_entries[entry].address, m_options, m_wakeup, m_signals);
-    if (expand(entry, found))
-        return m_entries.empty() || entry >= m_entries.size() || probeEntry(entry);
-    Probe const probe = probeSource(found, m_wakeup, m_signals);
     if (!probe.error.empty()) {
         m_failed = true;
-        m_display.error(m_entries[entry].address + ": " + probe.error);
+        m_display.error(probe.path + ": " + probe.error);
     }
     int error = 0;
     if (m_options.json)

@@ -24,7 +24,7 @@ private:
     void playAll();
     TrackEnd playEntry(std::size_t entry);
     TrackEnd playSource(Source source, Stage const& stage);
-    bool probeEntry(std::size_t entry);
+    bool say(Probe const& probe);
     bool expand(std::size_t entry, Found const& found);
     void closeOutput();
     void textLost(int error);

@@ -126,6 +126,7 @@ Found findFor(std::string const& address, Options const& options, Wakeup const& 
     if (finder.isDone())
         return finder.take();
     Found nothing;
+    nothing.source.path = address;
     nothing.error = "interrupted";
     return nothing;
 }

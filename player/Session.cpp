@@ -19,7 +19,8 @@ constexpr std::chrono::seconds LongSilence(30); ///< beside what the network may
 
 Session::Session(Source const& source, Stage const& stage)
     : m_source(source), m_stage(stage), m_track(source, &stage.device, stage.log, stage.wakeup),
-      m_network(source.network)
+      m_network(source.network),
+      m_watchdog(LongSilence + 2 * stage.options.timeout, std::chrono::steady_clock::now())
 {}
 
 TrackEnd Session::run()
@@ -188,17 +189,13 @@ void Session::watch()
 {
     auto const now = std::chrono::steady_clock::now();
     unsigned long long const heard = m_stage.device.bytesTaken();
-    unsigned long long const seen = m_track.bytesDelivered() + heard + m_track.events();
     if (heard != m_heard)
         m_heardAt = now;
-    if (seen != m_seen || m_paused)
-        m_aliveAt = now;
     m_heard = heard;
-    m_seen = seen;
-    auto const limit = LongSilence + 2 * m_stage.options.timeout;
-    if (now - m_aliveAt > limit)
-        fail("nothing has come for " +
-             std::to_string(std::chrono::duration_cast<std::chrono::seconds>(limit).count()) +
+    if (m_paused)
+        m_watchdog.rest(now);
+    else if (m_watchdog.isSilent(m_track.bytesDelivered() + heard + m_track.events(), now))
+        fail("nothing has come for " + std::to_string(m_watchdog.limit().count()) +
              " seconds; given up");
 }
 

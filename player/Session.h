@@ -3,6 +3,7 @@
 #include "NetworkWatch.h"
 #include "Stage.h"
 #include "Track.h"
+#include "Watchdog.h"
 
 #include <optional>
 #include <string>
@@ -39,9 +40,8 @@ private:
     Track m_track;
     NetworkWatch m_network;
     std::string m_radioTitle;
-    unsigned long long m_seen = 0;  ///< of what shows that the run is alive
-    unsigned long long m_heard = 0; ///< bytes that the output has taken
-    std::chrono::steady_clock::time_point m_aliveAt = std::chrono::steady_clock::now();
+    Watchdog m_watchdog;
+    unsigned long long m_heard = 0;                  ///< bytes that the output has taken
     std::chrono::steady_clock::time_point m_heardAt; ///< when the output took some
     TrackNews m_news;
     std::optional<TrackEnd> m_end;

@@ -155,14 +155,6 @@ kiv::appli::TimeSpec toTimeSpec(double seconds)
     return {whole, std::min(static_cast<std::uint32_t>((inside - whole) * Billion), Billion - 1)};
 }
 
-std::string lowerCase(std::string text)
-{
-    std::transform(text.begin(), text.end(), text.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
-    return text;
-}
-
 std::string errnoText(int number)
 {
     std::string text = std::generic_category().message(number);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "LowerCase.h"
 #include "decoder/WaveFormat.h"
 
 #include <cstddef>
@@ -23,8 +24,7 @@ bool parseTime(std::string const& text, kiv::appli::TimeSpec& time);
 double toSeconds(kiv::appli::TimeSpec const& time);
 kiv::appli::TimeSpec toTimeSpec(double seconds);
 
-/// The text in lower case, ASCII only.
-std::string lowerCase(std::string text);
+using host::lowerCase;
 
 /// What an errno says, as it stands within a line.
 std::string errnoText(int number);

@@ -1,19 +1,13 @@
 #include "AsfPadding.h"
 
+#include "LittleEndian.h"
+
 #include <algorithm>
 #include <optional>
 
 namespace avr { namespace host {
 
 namespace {
-
-std::uint64_t littleEndian(const std::uint8_t* from, unsigned int bytes)
-{
-    std::uint64_t value = 0;
-    while (bytes-- != 0)
-        value = value << 8 | from[bytes];
-    return value;
-}
 
 /// Where a packet tells how much padding it has.
 struct PaddingField {

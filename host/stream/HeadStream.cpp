@@ -78,18 +78,14 @@ int HeadStream::SeekByte(long long offset)
         m_read = static_cast<std::size_t>(offset);
         return Ok;
     }
-    int const result = m_stream->SeekByte(offset);
-    if (result >= 0) {
-        m_isBeyond = true;
-        m_read = m_head.size();
-    }
-    return result;
+    return movedBy(m_stream->SeekByte(offset));
 }
 
-int HeadStream::SeekTime(double seconds)
+int HeadStream::SeekTime(double seconds) { return movedBy(m_stream->SeekTime(seconds)); }
+
+int HeadStream::movedBy(int result)
 {
-    int const result = m_stream->SeekTime(seconds);
-    if (result >= 0) {
+    if (result >= 0) { // the head is left
         m_isBeyond = true;
         m_read = m_head.size();
     }

@@ -40,6 +40,8 @@ public:
     void taken(long long position) override;
 
 private:
+    int movedBy(int result);
+
     StreamPtr const m_stream;
     BelowBuffer* const m_below;         ///< the same; null where it does not care
     std::atomic<bool> m_isEarly{false}; ///< open, and not yet the decoder's

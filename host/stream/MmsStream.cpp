@@ -21,26 +21,19 @@ std::string httpAddress(std::string const& address)
 }
 
 /// What the servers want to see in each request.
-std::vector<std::string> commonHeaders()
+/// @param context  1: the header is wanted, 2: all
+std::vector<std::string> headersOf(int context)
 {
     return {"Accept: */*", "User-Agent: NSPlayer/7.10.0.3059",
-            "Pragma: xClientGUID={3300AD50-2C39-46c0-AE0A-000000000000}", "Connection: Close"};
-}
-
-std::vector<std::string> describeHeaders()
-{
-    std::vector<std::string> headers = commonHeaders();
-    headers.push_back("Pragma: no-cache,rate=1.000000,stream-time=0,stream-offset=0:0,"
-                      "request-context=1,max-duration=0");
-    return headers;
+            "Pragma: xClientGUID={3300AD50-2C39-46c0-AE0A-000000000000}", "Connection: Close",
+            "Pragma: no-cache,rate=1.000000,stream-time=0,stream-offset=0:0,request-context=" +
+                std::to_string(context) + ",max-duration=0"};
 }
 
 /// All the audio, and nothing else.
 std::vector<std::string> playHeaders(std::vector<AsfStreamNumber> const& streams)
 {
-    std::vector<std::string> headers = commonHeaders();
-    headers.push_back("Pragma: no-cache,rate=1.000000,stream-time=0,stream-offset=0:0,"
-                      "request-context=2,max-duration=0");
+    std::vector<std::string> headers = headersOf(2);
     headers.push_back("Pragma: xPlayStrm=1");
     headers.push_back("Pragma: stream-switch-count=" + std::to_string(streams.size()));
     std::string entries;
@@ -66,7 +59,7 @@ bool MmsStream::connect()
     if (Transfer const inherited = std::move(m_inherited))
         return install(inherited) && readHeader();
     // The first answer is the header alone; it tells what there is to be asked for.
-    return askFor(describeHeaders()) && readHeader() &&
+    return askFor(headersOf(1)) && readHeader() &&
            askFor(playHeaders(asfStreams(m_body.framing.output()))) && readHeader();
 }
 

@@ -1,5 +1,6 @@
 #include "NetworkStream.h"
 
+#include "LowerCase.h"
 #include "decoder/Result.h"
 
 #include <cerrno>
@@ -287,12 +288,8 @@ void NetworkStream::fail(HttpFault const& fault)
 
 void NetworkStream::setContentType(std::string const& header)
 {
-    std::string type = header.substr(0, header.find_first_of("; \t"));
-    for (char& c : type)
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c - 'A' + 'a');
     Lock const lock(m_lock);
-    m_contentType = type;
+    m_contentType = lowerCase(header.substr(0, header.find_first_of("; \t")));
 }
 
 }} // namespace avr::host

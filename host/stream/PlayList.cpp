@@ -1,6 +1,7 @@
 #include "PlayList.h"
 
 #include "Address.h"
+#include "LowerCase.h"
 #include "TitleText.h"
 
 #include <algorithm>
@@ -16,14 +17,6 @@ constexpr std::size_t MostLineBytes = 8192;
 constexpr std::size_t MostAddressBytes = 4 * MostPlayListBytes;
 
 constexpr std::string_view ByteOrderMark = "\xEF\xBB\xBF";
-
-std::string lowerCase(std::string_view text)
-{
-    std::string lower(text);
-    for (char& c : lower)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return lower;
-}
 
 bool begins(std::string_view text, std::string_view with)
 {

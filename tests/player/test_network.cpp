@@ -191,6 +191,9 @@ TEST(Network, PlayListsAreTheirEntries)
     EXPECT_EQ(mixed.exit, 1);
     EXPECT_NE(mixed.err.find("nothing.mp3: the server does not have it"), std::string::npos);
 
+    std::string const probed = play({"--json", local}).out;
+    EXPECT_EQ(std::count(probed.begin(), probed.end(), '\n'), 4) << probed;
+
     Outcome const loop = play({"-q", "-o", "null", "--no-realtime", server.url("/loop.pls")});
     EXPECT_EQ(loop.exit, 1);
     EXPECT_NE(loop.err.find("too many deep"), std::string::npos) << loop.err;

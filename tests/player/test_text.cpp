@@ -1,5 +1,6 @@
 #include "Display.h"
 #include "Text.h"
+#include "Watchdog.h"
 
 #include <gtest/gtest.h>
 
@@ -24,6 +25,25 @@ TEST(Text, IsCutByTheColumnsThatItTakes)
     };
     for (auto const& it : cases)
         EXPECT_EQ(cutToColumns(it.text, it.columns), it.cut);
+}
+
+TEST(Watchdog, CountsOnlyTheTimeThatSomebodyWatched)
+{
+    using std::chrono::seconds;
+    Watchdog::Clock::time_point now{};
+    Watchdog watchdog(seconds(30), now);
+    auto const after = [&](int time, unsigned long long signs) {
+        return watchdog.isSilent(signs, now += seconds(time));
+    };
+    EXPECT_FALSE(after(1, 5));
+    EXPECT_FALSE(after(3600, 5)) << "it was stopped, or paused";
+    for (int i = 0; i < 28; ++i)
+        EXPECT_FALSE(after(1, 5)) << i;
+    watchdog.rest(now);
+    for (int i = 0; i < 30; ++i)
+        EXPECT_FALSE(after(1, 5)) << i;
+    EXPECT_TRUE(after(1, 5));
+    EXPECT_FALSE(after(1, 6));
 }
 
 TEST(Text, ANarrowTerminalKeepsWhatMattersMost)

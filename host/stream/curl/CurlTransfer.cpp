@@ -1,5 +1,7 @@
 #include "CurlTransfer.h"
 
+#include "LowerCase.h"
+
 #include "decoder/Export.h"
 
 #include <algorithm>
@@ -139,10 +141,7 @@ void CurlTransfer::takeHeaderLine(std::string const& line)
     } else if (line.compare(0, 5, "HTTP/") == 0 || line.compare(0, 4, "ICY ") == 0) {
         m_answer.headers.clear();
     } else if (colon < end) {
-        std::string name = line.substr(0, colon);
-        std::transform(name.begin(), name.end(), name.begin(), [](char c) {
-            return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-        });
+        std::string const name = lowerCase(line.substr(0, colon));
         std::size_t const value = line.find_first_not_of(" \t", colon + 1);
         m_answer.headers[name] = value < end ? line.substr(value, end - value) : std::string();
     }
