@@ -1,6 +1,5 @@
 #include "platform/codecs/wma.h"
 
-#include "HandleTable.h"
 #include "Pcm16.h"
 #include "WmaEngine.h"
 
@@ -9,7 +8,7 @@ namespace {
 using avr::host::Codec;
 using avr::host::WmaEngine;
 namespace pcm = avr::host::pcm;
-using Engines = avr::host::HandleTable<WmaEngine>;
+using Engines = avr::host::WmaEngines;
 
 constexpr unsigned short TagWma1 = 0x160;
 constexpr unsigned short TagWma2 = 0x161;
@@ -53,16 +52,7 @@ void write(WmaEngine const& engine, unsigned int samples, std::int16_t* out)
 
 int WMA_init(void* state, __wma_params* params)
 {
-    Engines::instance().erase(state);
-    auto const engine = std::make_shared<WmaEngine>(avr::host::inputOf(*params));
-    int const result = engine->open();
-    if (result != 0)
-        return result;
-    if (!begin(*engine))
-        return WmaEngine::Failed;
-    *params->info = describe(engine->stream());
-    Engines::instance().put(state, engine);
-    return 0;
+    return avr::host::beginWma(state, *params, begin, describe);
 }
 
 int WMA_decode(void* state, short* samples, void* pcm)
@@ -83,13 +73,7 @@ int WMA_decode(void* state, short* samples, void* pcm)
 
 int WMA_seek(void* state, unsigned int milliseconds, unsigned int* reached)
 {
-    auto const engine = Engines::instance().get(state);
-    return engine ? engine->seek(milliseconds, reached) : WmaEngine::Failed;
+    return avr::host::seekWma(state, milliseconds, reached);
 }
 
-int WMA_reset(void* state)
-{
-    if (auto const engine = Engines::instance().get(state))
-        engine->reset();
-    return 0;
-}
+int WMA_reset(void* state) { return avr::host::resetWma(state); }

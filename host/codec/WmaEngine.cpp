@@ -109,4 +109,17 @@ int WmaEngine::seek(unsigned int milliseconds, unsigned int* reached)
     return 0;
 }
 
+int seekWma(void* state, unsigned int milliseconds, unsigned int* reached)
+{
+    auto const engine = WmaEngines::instance().get(state);
+    return engine ? engine->seek(milliseconds, reached) : WmaEngine::Failed;
+}
+
+int resetWma(void* state)
+{
+    if (auto const engine = WmaEngines::instance().get(state))
+        engine->reset();
+    return 0;
+}
+
 }} // namespace avr::host

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CodecModule.h"
+#include "HandleTable.h"
 #include "platform/codecs/wma.h"
 
 #include <atomic>
@@ -80,5 +81,29 @@ private:
     std::atomic<bool> m_resetWanted{false};
     std::atomic<std::uint32_t> m_target{NoTarget}; ///< ms
 };
+
+// What the functions of both codecs do alike.
+
+using WmaEngines = HandleTable<WmaEngine>; ///< by state
+
+/// @param begin     begins to decode the engine's stream; false when that cannot be
+/// @param describe  makes the info of the stream's parameters
+/// @return 0, or why there is no engine
+template <class Params, class Describe>
+int beginWma(void* state, Params& params, bool (*begin)(WmaEngine&), Describe describe)
+{
+    WmaEngines::instance().erase(state);
+    auto const engine = std::make_shared<WmaEngine>(inputOf(params));
+    int const result = engine->open();
+    if (result != 0)
+        return result;
+    if (!begin(*engine))
+        return WmaEngine::Failed;
+    *params.info = describe(engine->stream());
+    WmaEngines::instance().put(state, engine);
+    return 0;
+}
+int seekWma(void* state, unsigned int milliseconds, unsigned int* reached);
+int resetWma(void* state);
 
 }} // namespace avr::host

@@ -1,6 +1,5 @@
 #include "platform/codecs/wmal.h"
 
-#include "HandleTable.h"
 #include "LittleEndian.h"
 #include "Pcm16.h"
 #include "Pcm24.h"
@@ -11,7 +10,7 @@ namespace {
 using avr::host::Codec;
 using avr::host::WmaEngine;
 namespace pcm = avr::host::pcm;
-using Engines = avr::host::HandleTable<WmaEngine>;
+using Engines = avr::host::WmaEngines;
 
 constexpr unsigned short TagLossless = 0x163;
 constexpr int DamagedBlock = -200;
@@ -66,16 +65,7 @@ void write24(WmaEngine const& engine, unsigned int samples, std::uint8_t* out)
 
 int WMAL_init(void* state, __wmal_params* params)
 {
-    Engines::instance().erase(state);
-    auto const engine = std::make_shared<WmaEngine>(avr::host::inputOf(*params));
-    int const result = engine->open();
-    if (result != 0)
-        return result;
-    if (!begin(*engine))
-        return WmaEngine::Failed;
-    *params->info = describe(engine->stream());
-    Engines::instance().put(state, engine);
-    return 0;
+    return avr::host::beginWma(state, *params, begin, describe);
 }
 
 int WMAL_decode(void* state, unsigned int* available)
@@ -106,13 +96,7 @@ short WMAL_getPCM(void* state, void* pcm, short count)
 
 int WMAL_seek(void* state, unsigned int milliseconds, unsigned int* reached)
 {
-    auto const engine = Engines::instance().get(state);
-    return engine ? engine->seek(milliseconds, reached) : WmaEngine::Failed;
+    return avr::host::seekWma(state, milliseconds, reached);
 }
 
-int WMAL_reset(void* state)
-{
-    if (auto const engine = Engines::instance().get(state))
-        engine->reset();
-    return 0;
-}
+int WMAL_reset(void* state) { return avr::host::resetWma(state); }
