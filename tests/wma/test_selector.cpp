@@ -181,6 +181,8 @@ TEST_F(Selector, AnOpenInsideACallbackIsRefused)
     EXPECT_EQ(6, tried);
 
     // Nor does a run's end that the next Open waits for hold that up.
+    decoder.Close();
+    callback.onEvent = nullptr;
     openAndWait(scriptOf(standard));
     stream = streamOf(standard);
     callback.onEvent = [&](int event) {
