@@ -86,6 +86,12 @@ void Display::track(std::string const& path, TrackInfo const& info)
          ", " + durationText(info.duration));
 }
 
+void Display::remark(std::string const& text)
+{
+    if (m_style != Style::Errors)
+        line("avrplay: " + printable(text));
+}
+
 void Display::event(std::string const& text)
 {
     if (m_style == Style::Lines)

@@ -41,6 +41,8 @@ public:
     /// Kept until there is a track to be said before.
     void notice(std::string const& text) { m_notice = text; }
     void track(std::string const& path, TrackInfo const& info);
+    /// An answer to what the listener did.
+    void remark(std::string const& text);
     /// Something that the status line shows, too; where there is none it is said.
     void event(std::string const& text);
     /// Draws when something changed, and no more often than Refresh but for a change of state.

@@ -28,7 +28,7 @@ Player::Player(Options const& options, StandardOutputs const& outputs)
       m_display(outputs.err(), styleOf(options, outputs.err()))
 {
     for (std::string const& file : options.files)
-        m_entries.push_back({file, 0});
+        m_entries.push_back({file, 0, {}});
 }
 
 int Player::play()
@@ -99,7 +99,7 @@ bool Player::expand(std::size_t entry, Found const& found)
     }
     std::vector<Entry> entries;
     for (host::PlayListEntry const& it : found.list)
-        entries.push_back({it.address, list.depth + 1});
+        entries.push_back({it.address, list.depth + 1, it.title});
     m_entries.insert(at, entries.begin(), entries.end());
     return true;
 }
@@ -169,7 +169,10 @@ TrackEnd Player::playEntry(std::size_t entry)
         m_display.error(address + ": " + found.error);
         return TrackEnd::Failed;
     }
-    return expand(entry, found) ? TrackEnd::Again : playSource(found.source, stage);
+    if (expand(entry, found))
+        return TrackEnd::Again;
+    found.source.listTitle = m_entries[entry].title;
+    return playSource(found.source, stage);
 }
 
 /// A media server may go on with another file, which is another run.

@@ -34,6 +34,7 @@ private:
     struct Entry {
         std::string address;
         unsigned int depth; ///< of play lists within each other
+        std::string title;  ///< that a list gives it; may be empty
     };
 
     Options const& m_options;

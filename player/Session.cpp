@@ -3,6 +3,8 @@
 #include "Explain.h"
 #include "Text.h"
 
+#include <utility>
+
 namespace avr { namespace player {
 
 namespace {
@@ -109,7 +111,8 @@ void Session::onNews()
         return fail(m_news.error);
     if (m_news.startRefused)
         return fail("cannot start at " + timeText(toSeconds(m_stage.options.start)) + ": " +
-                    unreachable());
+                    (canBePositioned() ? "it ends before, or cannot be positioned there"
+                                       : whyNotPositioned() + "; leave out --start"));
     if (m_news.opened && !m_started)
         begin();
     if (!m_end)
@@ -129,17 +132,17 @@ void Session::begin()
     m_track.start(m_stage.options.start);
 }
 
-std::string Session::unreachable() const
+bool Session::canBePositioned() const { return m_source.canSeek() && m_news.info.lastPosition > 0; }
+
+std::string Session::whyNotPositioned() const
 {
     if (!m_source.canSeek())
-        return "its input cannot be positioned; leave out --start";
-    if (m_news.info.lastPosition > 0)
-        return "it ends before, or cannot be positioned there";
+        return "its input cannot be positioned";
     if (m_source.format == "aac")
-        return "of this format only MP4 files can be positioned; leave out --start";
+        return "of this format only MP4 files can be positioned";
     if (m_source.format == "wma")
-        return "a lossless file plays from the beginning only; leave out --start";
-    return m_source.format + " plays from the beginning only; leave out --start";
+        return "a lossless file plays from the beginning only";
+    return m_source.format + " plays from the beginning only";
 }
 
 /// Says what is played, once there is something.
@@ -154,8 +157,13 @@ void Session::announce()
 void Session::seekBy(double seconds)
 {
     TrackInfo const& info = m_news.info;
-    if (!m_started || m_news.closed || !m_source.canSeek() || info.lastPosition <= 0)
+    if (!m_started || m_news.closed)
         return;
+    if (!canBePositioned()) {
+        if (!std::exchange(m_saidWhyNot, true))
+            m_stage.display.remark(m_source.path + ": " + whyNotPositioned());
+        return;
+    }
     double const target = m_track.elapsed() + seconds;
     if (seconds > 0 && info.duration > 0 && target >= info.duration && !info.durationIsGuess)
         m_end = TrackEnd::Next;
@@ -165,7 +173,8 @@ void Session::seekBy(double seconds)
 
 void Session::onNetwork()
 {
-    std::string const words = m_paused ? std::string() : m_network.newWords(isHeard());
+    bool const matters = !m_paused && m_news.failure == 0 && !m_news.closed;
+    std::string const words = matters ? m_network.newWords(isHeard()) : std::string();
     if (!words.empty())
         m_stage.display.event(m_source.path + ": " + words);
     std::optional<std::string> const title = m_track.newTitle();
@@ -207,7 +216,15 @@ void Session::showStatus()
     State const playing = m_paused ? State::Paused : m_network.state(isHeard());
     m_stage.display.status({m_announced ? playing : State::Opening,
                             m_started ? m_track.elapsed() : 0, m_news.bufferFill, m_news.info,
-                            m_radioTitle.empty() ? m_news.title : m_radioTitle});
+                            title()});
+}
+
+/// The nearer it is to the sound, the better it knows.
+std::string const& Session::title() const
+{
+    if (!m_radioTitle.empty())
+        return m_radioTitle;
+    return m_news.title.empty() ? m_source.listTitle : m_news.title;
 }
 
 /// The last event only means that the decoder has finished: the output may still be playing.
@@ -237,6 +254,8 @@ void Session::conclude()
 /// Why a run that is over did not play its track, or nothing.
 std::string Session::fault() const
 {
+    if (!m_news.decodedAll && m_network.waited() && m_source.streamFault().empty())
+        return "the server sends too slowly, the decoder has given up; try again later";
     if (!m_news.decodedAll)
         return explainFailure(m_source, m_news.failure, m_news.opened);
     if (m_source.stream->GetErrorStatus() != 0) // which the decoder took for the end

@@ -31,7 +31,9 @@ private:
     void showStatus();
     bool playedOut();
     void conclude();
-    std::string unreachable() const;
+    bool canBePositioned() const;
+    std::string whyNotPositioned() const;
+    std::string const& title() const;
     std::string fault() const;
     void fail(std::string const& reason);
 
@@ -48,6 +50,7 @@ private:
     bool m_started = false;
     bool m_announced = false;
     bool m_paused = false;
+    bool m_saidWhyNot = false; ///< it cannot be positioned
 };
 
 }} // namespace avr::player

@@ -13,8 +13,9 @@ namespace avr { namespace player {
 
 /// One track before it is opened: its name, the stream, and the decoder that is to play it.
 struct Source {
-    std::string path;   ///< or address, as it was given
-    std::string format; ///< "wav", "lpcm", ...
+    std::string path;      ///< or address, as it was given
+    std::string listTitle; ///< what a play list calls it; may be empty
+    std::string format;    ///< "wav", "lpcm", ...
     kiv::appli::IDecoder* decoder = nullptr;
     boost::shared_ptr<Avr::Interface::IReadableStream> stream;
     boost::shared_ptr<host::NetworkStream> network; ///< what is below; null: it is local

@@ -122,7 +122,10 @@ void SourceFinder::findStream()
         m_found.error = "nothing comes from there";
     if (!m_found.error.empty())
         return;
-    lookAt(source.network ? source.network->contentType() : std::string(), m_address);
+    if (source.network)
+        lookAt(source.network->contentType(), source.network->finalAddress());
+    else
+        lookAt({}, m_address);
 }
 
 bool SourceFinder::setCurrent(StreamPtr stream)
@@ -157,7 +160,7 @@ void SourceFinder::lookAt(std::string const& mimeType, std::string const& base)
 bool SourceFinder::takeList(std::string const& mimeType, std::string const& base)
 {
     Source const& source = m_found.source;
-    switch (host::PlayListKind const kind = host::playListKind(base, mimeType, source.head)) {
+    switch (host::PlayListKind const kind = host::playListKind(m_address, mimeType, source.head)) {
     case host::PlayListKind::None:
         return false;
     case host::PlayListKind::Hls:

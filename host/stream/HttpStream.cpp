@@ -78,7 +78,7 @@ void HttpStream::movedTo(long long position)
 
 void HttpStream::learn(HttpAnswer const& answer)
 {
-    setContentType(answer.header("content-type"));
+    tell(answer.header("content-type"), answer.url);
     long const interval = std::strtol(answer.header("icy-metaint").c_str(), nullptr, 10);
     m_icy.reset();
     if (interval > 0)
@@ -162,8 +162,8 @@ HttpResult HttpStream::resume()
     while (canResume && m_attempts < Attempts) {
         if (!pauseBefore(m_attempts + 1))
             return isClosed() ? HttpResult::Cancelled : HttpResult::Interrupted;
-        Transfer const transfer = beginAt(m_position, fault);
-        bool const isThere = transfer && install(transfer);
+        Part part = beginAt(m_position);
+        bool const isThere = part.transfer && install(std::move(part.transfer));
         if (isClosed())
             return HttpResult::Cancelled;
         if (isThere)
@@ -173,31 +173,36 @@ HttpResult HttpStream::resume()
         ++m_attempts;
         if (isThere)
             return HttpResult::Ok;
+        fault = part.fault;
+        if (part.isRefused)
+            break;
     }
     fail(fault);
     m_isLost = true;
     return HttpResult::Failed;
 }
 
-/// @return null with `fault` when the server does not give what is wanted
-NetworkStream::Transfer HttpStream::beginAt(long long position, HttpFault& fault)
+HttpStream::Part HttpStream::beginAt(long long position)
 {
     std::vector<std::string> headers = {UserAgent,
                                         "Range: bytes=" + std::to_string(position) + '-'};
     if (!m_validator.empty())
         headers.push_back("If-Range: " + m_validator);
     HttpAnswer answer;
-    Transfer transfer = begin(address(), std::move(headers), answer, fault);
-    if (!transfer)
-        return nullptr;
+    Part part;
+    part.transfer = begin(address(), std::move(headers), answer, part.fault);
+    if (!part.transfer)
+        return part;
     ContentRange const range(answer.header("content-range"));
     if (answer.status == 206 && range.first == position &&
         (range.length < 0 || range.length == length()))
-        return transfer;
-    fault = answer.status / 100 == 2
-                ? HttpFault{EIO, "the file on the server is not the same any more"}
-                : httpStatusFault(answer.status);
-    return nullptr;
+        return part;
+    part.isRefused = answer.status < 500 && answer.status != 429;
+    part.transfer.reset();
+    part.fault = answer.status / 100 == 2
+                     ? HttpFault{EIO, "the file on the server is not the same any more"}
+                     : httpStatusFault(answer.status);
+    return part;
 }
 
 int HttpStream::SeekByte(long long offset)
@@ -211,12 +216,11 @@ int HttpStream::SeekByte(long long offset)
     if (offset < 0 || offset > end)
         return ErrorFailed;
     if (offset != end) {
-        HttpFault fault;
-        Transfer const transfer = beginAt(offset, fault);
-        if (!transfer || !install(transfer))
+        Part part = beginAt(offset);
+        if (!part.transfer || !install(std::move(part.transfer)))
             return ErrorFailed;
-        isReconnected();
     }
+    isReconnected();
     movedTo(offset);
     m_isAtEnd = offset == end;
     return Ok;

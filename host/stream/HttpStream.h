@@ -29,7 +29,12 @@ private:
     void learn(HttpAnswer const& answer);
     void movedTo(long long position);
     long long length() const;
-    Transfer beginAt(long long position, HttpFault& fault);
+    struct Part {
+        Transfer transfer;      ///< null: it is not given
+        HttpFault fault;        ///< why
+        bool isRefused = false; ///< another try would be, too
+    };
+    Part beginAt(long long position);
     HttpResult resume();
     void noteTitle(long long position, std::string const& text);
 

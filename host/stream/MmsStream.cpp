@@ -55,7 +55,7 @@ MmsStream::~MmsStream() { Close(); }
 bool MmsStream::connect()
 {
     m_isOver = false;
-    setContentType("audio/x-ms-wma");
+    tell("audio/x-ms-wma", address());
     if (Transfer const inherited = std::move(m_inherited))
         return install(inherited) && readHeader();
     // The first answer is the header alone; it tells what there is to be asked for.

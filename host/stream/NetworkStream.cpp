@@ -1,7 +1,6 @@
 #include "NetworkStream.h"
 
 #include "LowerCase.h"
-#include "decoder/Result.h"
 
 #include <cerrno>
 #include <utility>
@@ -100,10 +99,6 @@ int NetworkStream::Read(void* buf, unsigned int len, unsigned int* got)
     }
 }
 
-int NetworkStream::SeekByte(long long) { return ErrorNotSupported; }
-
-int NetworkStream::SeekTime(double) { return ErrorNotSupported; }
-
 int NetworkStream::GetStreamProperty(int key, std::string& value)
 {
     switch (key) {
@@ -143,6 +138,12 @@ std::string NetworkStream::contentType() const
 {
     Lock const lock(m_lock);
     return m_contentType;
+}
+
+std::string NetworkStream::finalAddress() const
+{
+    Lock const lock(m_lock);
+    return m_finalAddress;
 }
 
 void NetworkStream::waitForAbandoned()
@@ -262,8 +263,10 @@ bool NetworkStream::pauseBefore(unsigned int attempt)
 void NetworkStream::isReconnected()
 {
     Lock const lock(m_lock);
-    if (!isClosedLocked())
-        m_phase = Phase::Open;
+    if (isClosedLocked())
+        return;
+    m_phase = Phase::Open;
+    m_fault = {};
 }
 
 bool NetworkStream::isClosed() const
@@ -286,10 +289,11 @@ void NetworkStream::fail(HttpFault const& fault)
         m_fault = fault;
 }
 
-void NetworkStream::setContentType(std::string const& header)
+void NetworkStream::tell(std::string const& contentType, std::string const& finalAddress)
 {
     Lock const lock(m_lock);
-    m_contentType = lowerCase(header.substr(0, header.find_first_of("; \t")));
+    m_contentType = lowerCase(contentType.substr(0, contentType.find_first_of("; \t")));
+    m_finalAddress = finalAddress;
 }
 
 }} // namespace avr::host

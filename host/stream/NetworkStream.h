@@ -2,6 +2,8 @@
 
 #include "BelowBuffer.h"
 #include "HttpModule.h"
+#include "NetworkLimits.h"
+#include "decoder/Result.h"
 #include "platform/IReadableStream.h"
 
 #include <condition_variable>
@@ -9,13 +11,6 @@
 #include <optional>
 
 namespace avr { namespace host {
-
-/// How long a network stream waits.
-struct NetworkLimits {
-    std::chrono::milliseconds connect{10000}; ///< for a connection
-    std::chrono::milliseconds stall{20000};   ///< for the next byte
-    std::chrono::milliseconds pause{500};     ///< before it connects again; then longer each time
-};
 
 /// What the streams that come over HTTP have in common: one transfer at a time, which a Close ends
 /// from any thread, and what a player likes to know of it. SeekByte may come while another thread
@@ -37,8 +32,8 @@ public:
     void Close() override;
     int Read(void* buf, unsigned int len, unsigned int* got) override;
     int GetCapabilities() override { return 0; }
-    int SeekByte(long long offset) override;
-    int SeekTime(double seconds) override;
+    int SeekByte(long long) override { return kiv::appli::ErrorNotSupported; }
+    int SeekTime(double) override { return kiv::appli::ErrorNotSupported; }
     int GetStreamProperty(int key, std::string& value) override;
     int GetErrorStatus() override;
 
@@ -49,6 +44,8 @@ public:
     std::string errorText() const;
     /// The type that the server told, in lower case, without parameters.
     std::string contentType() const;
+    /// Where redirects have led; what a play list names is relative to that.
+    std::string finalAddress() const;
     /// The title of what is decoded now, when it has changed since the last call.
     virtual std::optional<std::string> newTitle() { return {}; }
 
@@ -86,12 +83,13 @@ protected:
     /// In front of each attempt to connect again, from 1.
     /// @return false when a Close or an interruption came
     bool pauseBefore(unsigned int attempt);
+    /// What is read now is sound again, whatever has failed before.
     void isReconnected();
 
     bool isClosed() const;
     bool wasInterrupted() const;
     void fail(HttpFault const& fault);
-    void setContentType(std::string const& header);
+    void tell(std::string const& contentType, std::string const& finalAddress);
     std::string const& address() const { return m_address; }
     NetworkLimits const& limits() const { return m_limits; }
 
@@ -113,6 +111,7 @@ private:
     unsigned int m_seeksWaiting = 0;
     HttpFault m_fault;
     std::string m_contentType;
+    std::string m_finalAddress;
     Phase m_phase = Phase::Closed;
     unsigned int m_attempt = 0;
     std::optional<std::chrono::steady_clock::time_point> m_waitsSince; ///< for a byte

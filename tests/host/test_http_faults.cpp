@@ -108,13 +108,35 @@ TEST_F(HttpFaults, OnlyTheSameFileIsResumed)
         [&](Request const& request, Answer& to) { giveFile(request, to, longer); },
         [](Request const&, Answer& to) { to.send(head("206 Part") + tune); },
     };
-    for (auto const& resume : resumes)
-        EXPECT_EQ(faultOf([&](Request const& request, Answer& to) {
-                      if (request.number > 1)
-                          return resume(request, to);
-                      giveFile(request, to, tune, Half);
-                  }),
-                  "the file on the server is not the same any more");
+    for (auto const& resume : resumes) {
+        ScriptedServer const server([&](Request const& request, Answer& to) {
+            if (request.number > 1)
+                return resume(request, to);
+            giveFile(request, to, tune, Half);
+        });
+        EXPECT_EQ(faultAt(server.url()), "the file on the server is not the same any more");
+        EXPECT_EQ(server.requests().size(), 2u) << "another try would end so, too";
+    }
+}
+
+TEST_F(HttpFaults, ASeekRevivesWhatWasLost)
+{
+    std::atomic<bool> isWell{false};
+    ScriptedServer const server([&](Request const& request, Answer& to) {
+        if (request.number == 1)
+            giveFile(request, to, tune, Half);
+        else if (isWell)
+            giveFile(request, to, tune);
+    });
+    HttpStream stream(server.url(), patient());
+    ASSERT_EQ(stream.Open(), 0);
+    EXPECT_EQ(readAll(stream).result, Failed);
+    EXPECT_EQ(stream.SeekByte(7), Failed);
+    EXPECT_NE(stream.GetErrorStatus(), 0) << "it is still lost";
+    isWell = true;
+    EXPECT_EQ(stream.SeekByte(7), 0);
+    EXPECT_TRUE(readAll(stream).bytes == tune.substr(7));
+    EXPECT_EQ(stream.GetErrorStatus(), 0);
 }
 
 TEST_F(HttpFaults, WrongLengths)

@@ -72,6 +72,22 @@ TEST(Network, EveryFormatIsTheLocalFiles)
               std::string::npos);
 }
 
+TEST(Network, HttpsIsAsSafeAsItsCertificate)
+{
+    WebServer const server;
+    server.serve("tune.ogg", sample("tune.ogg"));
+    std::string const url = server.secureUrl("/tune.ogg");
+    Outcome const strange = play({"-q", "-o", "null", "--no-realtime", url});
+    EXPECT_EQ(strange.exit, 1);
+    EXPECT_NE(strange.err.find("the certificate of 127.0.0.1 is not trusted"), std::string::npos)
+        << strange.err;
+    ::setenv("SSL_CERT_FILE", server.certificate().c_str(), 1);
+    EXPECT_TRUE(pcmOf({url}) == pcmOf({kSamples + "tune.ogg"}));
+    ::unsetenv("SSL_CERT_FILE");
+    Outcome const plain = play({"-q", "https" + server.url("/tune.ogg").substr(4)});
+    EXPECT_NE(plain.err.find("does not speak https"), std::string::npos) << plain.err;
+}
+
 TEST(Network, ABrokenConnectionIsNotHeard)
 {
     std::string const file = sample("tune-cbr.mp3");
@@ -124,6 +140,17 @@ TEST(Network, WhatGoesWrongIsSaidInOneLine)
         EXPECT_NE(outcome.err.find(it.words), std::string::npos) << outcome.err;
         EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
     }
+}
+
+TEST(Network, ASlowServerIsNotTakenForADamagedFile)
+{
+    ScriptedServer const server([](Request const&, Answer& answer) {
+        answer.send(head("200 OK") + sample("tune.ogg").substr(0, 5000));
+        answer.stall();
+    });
+    Outcome const outcome = play({"-q", "-o", "null", server.url("/tune.ogg")});
+    EXPECT_EQ(outcome.exit, 1);
+    EXPECT_NE(outcome.err.find("sends too slowly"), std::string::npos) << outcome.err;
 }
 
 TEST(Network, ARadioStationsTitlesAreShown)
@@ -197,6 +224,30 @@ TEST(Network, PlayListsAreTheirEntries)
     Outcome const loop = play({"-q", "-o", "null", "--no-realtime", server.url("/loop.pls")});
     EXPECT_EQ(loop.exit, 1);
     EXPECT_NE(loop.err.find("too many deep"), std::string::npos) << loop.err;
+}
+
+TEST(Network, AListLiesWhereItsServerSaysAndNamesItsTracks)
+{
+    std::string file;
+    for (int i = 0; i < 4; ++i)
+        file += sample("tune-cbr.mp3");
+    ScriptedServer const server([&file](Request const& request, Answer& answer) {
+        if (request.path == "/list")
+            answer.send(head("302 Found", "Location: /lists/it.m3u\r\n"));
+        else if (request.path == "/lists/it.m3u")
+            answer.send(head("200 OK") + "#EXTM3U\n#EXTINF:3,What a tune\nbehind\n");
+        else if (request.path == "/lists/behind") {
+            answer.send(head("200 OK") + file);
+            answer.stall();
+        }
+    });
+    PlayerProcess player({"-o", "null", server.url("/list")}, true);
+    EXPECT_TRUE(player.waitFor("playing"));
+    EXPECT_TRUE(player.waitFor("What a tune"));
+    player.type("\x1b[C");
+    EXPECT_TRUE(player.waitFor("behind: its input cannot be positioned"));
+    player.type("q");
+    EXPECT_EQ(player.finish().exit, 0);
 }
 
 TEST(Network, NothingThatHangsHoldsTheProgram)

@@ -63,6 +63,14 @@ CurlFault explainCurl(CURLcode code, CURL* easy, const char* words)
     case CURLE_OPERATION_TIMEDOUT:
         return {HttpResult::Failed,
                 {ETIMEDOUT, hostOf(easy) + " does not answer; try again later"}};
+    case CURLE_PEER_FAILED_VERIFICATION:
+        return {HttpResult::Failed,
+                {EACCES, "the certificate of " + hostOf(easy) +
+                             " is not trusted; check the address and this machine's clock (" +
+                             std::string(words) + ')'}};
+    case CURLE_SSL_CONNECT_ERROR:
+        return {HttpResult::Failed,
+                {EPROTO, hostOf(easy) + " does not speak https there; check the address"}};
     case CURLE_TOO_MANY_REDIRECTS:
         return {HttpResult::Failed, {ELOOP, "the server sends it on again and again"}};
     case CURLE_URL_MALFORMAT:

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <utility>
 
@@ -69,6 +70,9 @@ void CurlTransfer::setUp(HttpRequest const& request)
     set(CURLOPT_BUFFERSIZE, LargestChunk);
     set(CURLOPT_TCP_KEEPALIVE, 1L);
     set(CURLOPT_NOSIGNAL, 1L);
+    // As TLS libraries have it; a board may keep its certificates elsewhere.
+    if (const char* const certificates = std::getenv("SSL_CERT_FILE"))
+        set(CURLOPT_CAINFO, certificates);
     set(CURLOPT_ERRORBUFFER, m_words);
 }
 
