@@ -5,6 +5,7 @@ set(CPACK_COMPONENTS_ALL)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_PACKAGE_NAME avrdecoder)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # it would stand in front of each package's own
 set(CPACK_PACKAGE_VENDOR "libavrdecoder")
 set(CPACK_PACKAGE_CONTACT "libavrdecoder developers <developers@avrdecoder.invalid>")
 set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
@@ -82,6 +83,7 @@ if(TARGET avrplay)
     CONTAINS libcli11-dev nlohmann-json3-dev
     SUMMARY "audio player for the command line over libavrdecoder"
     TEXT "Plays and probes WAVE, FLAC, Ogg Vorbis, MP3, AAC, HE-AAC, WMA and headerless
-PCM: to a sound device, a file, standard output or nowhere.")
+PCM: files, play lists, http and mms streams and radio stations; to a sound
+device, a file, standard output or nowhere.")
 endif()
 include(CPack)

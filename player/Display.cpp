@@ -100,7 +100,7 @@ void Display::event(std::string const& text)
 
 void Display::status(Status const& status)
 {
-    if (!live())
+    if (!live() || isInBackground())
         return;
     auto const now = std::chrono::steady_clock::now();
     std::string const text = statusText(status, columns() - 1);
@@ -127,6 +127,13 @@ void Display::line(std::string const& text)
 {
     clearStatus();
     writeText(m_descriptor, text + '\n');
+}
+
+/// The terminal is somebody else's now.
+bool Display::isInBackground() const
+{
+    pid_t const foreground = tcgetpgrp(m_descriptor);
+    return foreground > 0 && foreground != getpgrp();
 }
 
 std::size_t Display::columns() const

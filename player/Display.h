@@ -54,6 +54,7 @@ public:
 
 private:
     void line(std::string const& text);
+    bool isInBackground() const;
     std::size_t columns() const;
 
     int const m_descriptor;

@@ -11,6 +11,8 @@ State NetworkWatch::state(bool isHeard) const
     if (!m_stream)
         return State::Playing;
     NetworkStream::Status const status = m_stream->status();
+    if (status.phase == NetworkStream::Phase::Closed) // given up, or over: no better for that
+        return m_told;
     if (status.phase == NetworkStream::Phase::Reconnecting)
         return State::Reconnecting;
     return status.silent >= Long && !isHeard ? State::Waiting : State::Playing;

@@ -2,9 +2,11 @@
 
 #include "Text.h"
 
+#include "stream/Address.h"
 #include "stream/MmsStream.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 #include <unistd.h>
 
@@ -17,7 +19,9 @@ Display::Style styleOf(Options const& options, int descriptor)
 {
     if (options.quiet)
         return Display::Style::Errors;
-    bool const live = isatty(descriptor) && !options.verbose && !options.events;
+    const char* const terminal = std::getenv("TERM");
+    bool const isPlain = terminal && std::string(terminal) == "dumb";
+    bool const live = isatty(descriptor) && !isPlain && !options.verbose && !options.events;
     return live ? Display::Style::Live : Display::Style::Lines;
 }
 
@@ -28,7 +32,7 @@ Player::Player(Options const& options, StandardOutputs const& outputs)
       m_display(outputs.err(), styleOf(options, outputs.err()))
 {
     for (std::string const& file : options.files)
-        m_entries.push_back({file, 0, {}});
+        m_entries.push_back({file, {}, nullptr});
 }
 
 int Player::play()
@@ -88,20 +92,35 @@ bool Player::expand(std::size_t entry, Found const& found)
 {
     if (found.list.empty())
         return false;
-    constexpr unsigned int MostDepth = 4;
-    Entry const list = m_entries[entry];
+    auto const list = std::make_shared<Entry const>(m_entries[entry]);
     auto const at = m_entries.erase(m_entries.begin() + std::ptrdiff_t(entry));
-    if (list.depth >= MostDepth) {
-        m_failed = true;
-        m_display.error(list.address +
-                        ": play lists that name each other, too many deep; left out");
-        return true;
-    }
     std::vector<Entry> entries;
-    for (host::PlayListEntry const& it : found.list)
-        entries.push_back({it.address, list.depth + 1, it.title});
+    bool isWhole = true;
+    for (host::PlayListEntry const& it : found.list) {
+        bool const fits = m_listed < host::MostPlayListEntries && mayHold(list, it.address);
+        isWhole = isWhole && fits;
+        if (fits)
+            entries.push_back({it.address, it.title, list});
+        m_listed += fits;
+    }
     m_entries.insert(at, entries.begin(), entries.end());
+    if (!isWhole) {
+        m_failed = true;
+        m_display.error(host::withoutPassword(list->address) +
+                        ": play lists that name each other, or too many; not all is played");
+    }
     return true;
+}
+
+/// A list that names itself, or another one around it, would never end.
+bool Player::mayHold(std::shared_ptr<Entry const> list, std::string const& address)
+{
+    constexpr int MostDepth = 4;
+    int depth = 0;
+    for (; list; list = list->within, ++depth)
+        if (list->address == address)
+            return false;
+    return depth <= MostDepth;
 }
 
 void Player::textLost(int error)
@@ -156,7 +175,7 @@ void Player::playAll()
 
 TrackEnd Player::playEntry(std::size_t entry)
 {
-    std::string const address = m_entries[entry].address;
+    std::string const address = m_entries[entry].address, shown = host::withoutPassword(address);
     Stage const stage{
         m_options,  host::SoundDevice::instance(), m_display, *m_keys, m_signals, m_wakeup,
         m_log.get()};
@@ -166,7 +185,7 @@ TrackEnd Player::playEntry(std::size_t entry)
         return *end;
     }
     if (!found.error.empty()) {
-        m_display.error(address + ": " + found.error);
+        m_display.error(shown + ": " + found.error);
         return TrackEnd::Failed;
     }
     if (expand(entry, found))

@@ -5,6 +5,7 @@
 
 #include "decoder/DecoderFactory.h"
 #include "platform/MimeTable.h"
+#include "stream/Address.h"
 
 #include <nlohmann/json.hpp>
 
@@ -126,7 +127,7 @@ Found findFor(std::string const& address, Options const& options, Wakeup const& 
     if (finder.isDone())
         return finder.take();
     Found nothing;
-    nothing.source.path = address;
+    nothing.source.path = host::withoutPassword(address);
     nothing.error = "interrupted";
     return nothing;
 }

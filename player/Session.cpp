@@ -177,14 +177,18 @@ void Session::onNetwork()
     std::string const words = matters ? m_network.newWords(isHeard()) : std::string();
     if (!words.empty())
         m_stage.display.event(m_source.path + ": " + words);
-    std::optional<std::string> const title = m_track.newTitle();
-    if (!title)
-        return;
-    m_radioTitle = *title;
-    if (m_stage.log)
-        m_stage.log->title(*title);
-    if (!title->empty())
-        m_stage.display.event("Title: " + *title);
+    takeTitles();
+}
+
+void Session::takeTitles()
+{
+    while (std::optional<std::string> const title = m_track.newTitle()) {
+        m_radioTitle = *title;
+        if (m_stage.log)
+            m_stage.log->title(*title);
+        if (!title->empty())
+            m_stage.display.event("Title: " + *title);
+    }
 }
 
 bool Session::isHeard() const
@@ -213,10 +217,11 @@ void Session::showStatus()
     using State = Status::State;
     if (!m_stage.display.live())
         return;
-    State const playing = m_paused ? State::Paused : m_network.state(isHeard());
-    m_stage.display.status({m_announced ? playing : State::Opening,
-                            m_started ? m_track.elapsed() : 0, m_news.bufferFill, m_news.info,
-                            title()});
+    State state = m_paused ? State::Paused : m_network.state(isHeard());
+    if (state == State::Playing && !m_announced)
+        state = State::Opening;
+    m_stage.display.status(
+        {state, m_started ? m_track.elapsed() : 0, m_news.bufferFill, m_news.info, title()});
 }
 
 /// The nearer it is to the sound, the better it knows.
@@ -239,6 +244,7 @@ bool Session::playedOut()
 
 void Session::conclude()
 {
+    takeTitles();
     std::string const output = m_news.opened ? m_stage.device.failure() : std::string();
     if (!output.empty()) {
         m_stage.display.error("the output failed: " + output);

@@ -26,6 +26,7 @@ private:
     void announce();
     void seekBy(double seconds);
     void onNetwork();
+    void takeTitles();
     void watch();
     bool isHeard() const;
     void showStatus();

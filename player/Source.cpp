@@ -74,8 +74,13 @@ bool chooseDecoder(Source& source, std::string const& mimeType, std::string& err
         return true;
     if (takeMimeType(source, byContent))
         return true;
-    error = "neither name nor content tells its format; name it with -f "
-            "(avrplay --formats lists what can be played)";
+    if (mimeType == "text/html")
+        error = "a web page, no sound; look on it for the address of the stream";
+    else if (mimeType == "application/x-mms-framed")
+        error = "a media server's stream; play it by an address that begins with mms://";
+    else
+        error = "neither name nor content tells its format; name it with -f "
+                "(avrplay --formats lists what can be played)";
     return false;
 }
 

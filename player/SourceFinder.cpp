@@ -6,6 +6,7 @@
 #include "Text.h"
 
 #include "decoder/DecoderFactory.h"
+#include "stream/Address.h"
 #include "stream/FileStream.h"
 #include "stream/HeadStream.h"
 #include "stream/OpenStream.h"
@@ -47,10 +48,12 @@ std::string fileComplaint(std::string const& path, struct stat& status)
 SourceFinder::SourceFinder(std::string address, Options const& options, Wakeup const& wakeup)
     : m_address(std::move(address)), m_options(options), m_wakeup(wakeup)
 {
-    m_found.source.path = m_address;
+    m_found.source.path = host::withoutPassword(m_address);
     m_found.source.pcm = options.pcm;
     std::string const path = host::localPath(m_address);
-    if (!path.empty() && findFile(path)) {
+    if (m_address.empty())
+        m_found.error = "a name without a letter; check the command";
+    if (m_address.empty() || (!path.empty() && findFile(path))) {
         m_isDone = true;
         return;
     }

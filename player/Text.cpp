@@ -83,6 +83,15 @@ std::uint32_t characterAt(std::string const& text, std::size_t at, std::size_t& 
     return code;
 }
 
+/// A mark that makes all that follows run the other way.
+bool turnsText(std::string const& text, std::size_t at)
+{
+    constexpr Range Marks[] = {{0x200E, 0x200F}, {0x202A, 0x202E}, {0x2066, 0x2069}};
+    std::size_t bytes = 0;
+    std::uint32_t const code = characterAt(text, at, bytes);
+    return bytes == 3 && isIn(Marks, code);
+}
+
 } // namespace
 
 std::string printable(std::string const& text)
@@ -95,6 +104,8 @@ std::string printable(std::string const& text)
             result[i] = '?';
         else if (c == 0xC2 && next >= 0x80 && next < 0xA0) // the second set of controls, in UTF-8
             result.replace(i, 2, "?");
+        else if (turnsText(result, i))
+            result.replace(i, 3, "?");
     }
     return result;
 }

@@ -144,20 +144,20 @@ int Track::OnSample(const void* pcm, unsigned int bytes, TimeSpec*)
 
 void Track::noteTitle()
 {
-    std::optional<std::string> title = m_source.network->newTitle();
-    if (!title)
-        return;
-    std::lock_guard<std::mutex> const guard(m_lock);
-    m_titles.push_back({std::move(*title), m_clock.bytesDelivered()});
+    while (std::optional<std::string> title = m_source.network->newTitle()) {
+        std::lock_guard<std::mutex> const guard(m_lock);
+        m_titles.push_back({std::move(*title), m_clock.bytesDelivered()});
+    }
 }
 
 std::optional<std::string> Track::newTitle()
 {
-    std::optional<std::string> title;
     unsigned long long const heard = m_device->bytesTaken();
     std::lock_guard<std::mutex> const guard(m_lock);
-    for (; !m_titles.empty() && m_titles.front().from <= heard; m_titles.pop_front())
-        title = std::move(m_titles.front().text);
+    if (m_titles.empty() || m_titles.front().from > heard)
+        return {};
+    std::string title = std::move(m_titles.front().text);
+    m_titles.pop_front();
     return title;
 }
 

@@ -56,7 +56,8 @@ public:
     /// Seconds from the beginning of the track to what the output takes now, or to where a seek
     /// that is not done yet will be.
     double elapsed() const;
-    /// What a radio station calls the sound that is heard now, when it has changed.
+    /// What a radio station calls the sound that has been heard since the last title; the last one
+    /// is that of what is heard now.
     std::optional<std::string> newTitle();
     /// How many the decoder has sent.
     unsigned int events() const { return m_events; }

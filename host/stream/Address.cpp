@@ -33,21 +33,6 @@ std::string unescaped(std::string_view text)
     return result;
 }
 
-/// Play lists have spaces and other letters in addresses, which no server takes as they are.
-std::string escaped(std::string const& url)
-{
-    std::string result;
-    for (char c : url) {
-        auto const byte = static_cast<unsigned char>(c);
-        if (byte > ' ' && byte < 0x7F &&
-            std::string_view("\"<>\\^`{|}").find(c) == std::string::npos)
-            result += c;
-        else
-            (result += '%').append({Hex[byte >> 4], Hex[byte & 0x0F]});
-    }
-    return result;
-}
-
 /// @param path  begins with a slash, as the result does
 std::string withoutDots(std::string_view path)
 {
@@ -66,12 +51,10 @@ std::string withoutDots(std::string_view path)
     return result;
 }
 
-std::string besidePath(std::string const& base, std::string relative)
+std::string besidePath(std::string const& base, std::string const& relative)
 {
     if (relative[0] == '/')
         return relative;
-    if (relative.find('/') == std::string::npos) // written on a system that has other ones
-        std::replace(relative.begin(), relative.end(), '\\', '/');
     std::string const path = base.substr(0, base.rfind('/') + 1) + relative;
     bool const isMistakable = path[0] == '-' || !schemeOf(path).empty();
     return isMistakable ? "./" + path : path;
@@ -127,15 +110,45 @@ std::string pathOfFileUrl(std::string const& url)
     return isHere && path.find('\0') == std::string::npos ? path : std::string();
 }
 
-std::string resolveAddress(std::string const& base, std::string const& relative)
+std::string escapedAddress(std::string const& url)
+{
+    std::string result;
+    for (char c : url) {
+        auto const byte = static_cast<unsigned char>(c);
+        if (byte > ' ' && byte < 0x7F &&
+            std::string_view("\"<>\\^`{|}").find(c) == std::string::npos)
+            result += c;
+        else
+            (result += '%').append({Hex[byte >> 4], Hex[byte & 0x0F]});
+    }
+    return result;
+}
+
+std::string withoutPassword(std::string const& address)
+{
+    std::string const scheme = schemeOf(address);
+    if (scheme.empty())
+        return address;
+    std::size_t const begin = scheme.size() + 3;
+    std::size_t const end = std::min(address.find_first_of("/?#", begin), address.size());
+    std::size_t const at = address.substr(0, end).rfind('@');
+    std::size_t const colon = address.find(':', begin);
+    if (at == std::string::npos || at < begin || colon > at)
+        return address;
+    return address.substr(0, colon + 1) + "***" + address.substr(at);
+}
+
+std::string resolveAddress(std::string const& base, std::string relative)
 {
     if (!schemeOf(relative).empty())
-        return escaped(relative);
+        return escapedAddress(relative);
+    if (relative.find('/') == std::string::npos) // written on a system that has other ones
+        std::replace(relative.begin(), relative.end(), '\\', '/');
     std::string const scheme = schemeOf(base);
     if (scheme == "file")
         return besidePath(pathOfFileUrl(base), relative);
     return scheme.empty() ? besidePath(base, relative)
-                          : escaped(besideUrl(base, scheme.size(), relative));
+                          : escapedAddress(besideUrl(base, scheme.size(), relative));
 }
 
 }} // namespace avr::host

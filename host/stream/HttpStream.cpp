@@ -243,11 +243,10 @@ void HttpStream::taken(long long position)
 std::optional<std::string> HttpStream::newTitle()
 {
     Guard const guard(m_knownLock);
-    std::optional<std::string> title;
-    while (!m_titles.empty() && m_titles.front().position <= m_taken) {
-        title = std::move(m_titles.front().text);
-        m_titles.erase(m_titles.begin());
-    }
+    if (m_titles.empty() || m_titles.front().position > m_taken)
+        return {};
+    std::string title = std::move(m_titles.front().text);
+    m_titles.erase(m_titles.begin());
     return title;
 }
 

@@ -53,6 +53,31 @@ std::size_t IcyTitles::takeBlock(const std::uint8_t* from, std::size_t bytes)
     return taken;
 }
 
+namespace {
+
+/// The rest of a block, as it is behind a field: nothing, or the next one.
+bool isField(std::string_view text)
+{
+    std::size_t const name =
+        text.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ");
+    return text.empty() ||
+           (name != 0 && name != std::string_view::npos && text.substr(name, 2) == "='");
+}
+
+/// Quotes stand in titles as they are.
+std::size_t titleBytes(std::string_view text)
+{
+    std::size_t end = text.find("';");
+    while (end != std::string_view::npos && !isField(text.substr(end + 2)))
+        end = text.find("';", end + 1);
+    if (end != std::string_view::npos)
+        return end;
+    bool const hasQuote = !text.empty() && text.back() == '\'';
+    return text.size() - (hasQuote ? 1 : 0);
+}
+
+} // namespace
+
 /// StreamTitle='It's a title';StreamUrl='';
 void IcyTitles::readBlock()
 {
@@ -63,9 +88,7 @@ void IcyTitles::readBlock()
     if (key == std::string_view::npos)
         return;
     text.remove_prefix(key + Key.size());
-    std::size_t const end = std::min(text.find("';"), text.size());
-    bool const hasQuote = end == text.size() && end != 0 && text.back() == '\'';
-    text = text.substr(0, hasQuote ? end - 1 : end);
+    text = text.substr(0, titleBytes(text));
     if (text != m_title) {
         m_title = text;
         m_changed(m_position, titleText(text));

@@ -46,7 +46,7 @@ public:
     std::string contentType() const;
     /// Where redirects have led; what a play list names is relative to that.
     std::string finalAddress() const;
-    /// The title of what is decoded now, when it has changed since the last call.
+    /// The next title of what was decoded since the last one; the last is that of what is now.
     virtual std::optional<std::string> newTitle() { return {}; }
 
     /// Transfers that ended while the system still looked for their host are given up in the

@@ -22,9 +22,9 @@ makeStream(std::string const& address, NetworkLimits const& limits, std::string&
 {
     std::string const scheme = schemeOf(address);
     if (isHttp(scheme))
-        return boost::make_shared<HttpStream>(address, limits);
+        return boost::make_shared<HttpStream>(escapedAddress(address), limits);
     if (isMms(scheme))
-        return boost::make_shared<MmsStream>(address, limits);
+        return boost::make_shared<MmsStream>(escapedAddress(address), limits);
     std::string const path = localPath(address);
     if (!path.empty())
         return boost::make_shared<FileStream>(path);

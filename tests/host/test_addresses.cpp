@@ -39,7 +39,8 @@ TEST(Addresses, BesideAUrl)
         {"//other/t/../u.mp3", "http://other/t/../u.mp3"},
         {"?id=1", "http://h:80/a/b/list.m3u?id=1"},
         {"MMS://other/x", "MMS://other/x"},
-        {"a b\\\xC3\xA4%20.mp3", "http://h:80/a/b/a%20b%5C%C3%A4%20.mp3"},
+        {"a b\\\xC3\xA4%20.mp3", "http://h:80/a/b/a%20b/%C3%A4%20.mp3"},
+        {"a/b\\c.mp3", "http://h:80/a/b/a/b%5Cc.mp3"},
         {"https://o/~a b", "https://o/~a%20b"},
         {"-t.mp3", "http://h:80/a/b/-t.mp3"},
     };
@@ -71,4 +72,14 @@ TEST(Addresses, BesideAPath)
     };
     for (auto const& it : cases)
         EXPECT_EQ(it.address, resolveAddress(it.base, it.relative)) << it.relative;
+}
+
+TEST(Addresses, AreShownWithoutTheirPasswords)
+{
+    for (auto const& it : {std::pair("http://me:secret@h:80/a@b:c", "http://me:***@h:80/a@b:c"),
+                           {"https://me:se@cret@h", "https://me:***@h"},
+                           {"http://me@h:80/", "http://me@h:80/"},
+                           {"http://h:80/a:b@c", "http://h:80/a:b@c"},
+                           {"a:b@c", "a:b@c"}})
+        EXPECT_EQ(it.second, withoutPassword(it.first));
 }

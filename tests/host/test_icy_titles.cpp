@@ -98,6 +98,8 @@ TEST(IcyTitles, AreReadAsStationsWriteThem)
     } const cases[] = {
         {"StreamTitle='a'b;c''d';", "a'b;c''d"},
         {"StreamUrl='x';StreamTitle='a';", "a"},
+        {"StreamTitle='It's a 'test'; ok';StreamUrl='x';", "It's a 'test'; ok"},
+        {"StreamTitle='It's a 'test'; ok", "It's a 'test'; ok"},
         {"StreamTitle='a'", "a"}, // no end
         {"StreamTitle='a", "a"},
         {"StreamTitle=''", ""},

@@ -27,6 +27,12 @@ TEST(Text, IsCutByTheColumnsThatItTakes)
         EXPECT_EQ(cutToColumns(it.text, it.columns), it.cut);
 }
 
+TEST(Text, NothingInItMovesTheCursorOrTurnsTheLine)
+{
+    EXPECT_EQ(printable("a\x1b[2Jb\x07\xC2\x9B\u202Ec\u2066d\u00E9日\u0301"),
+              "a?[2Jb???c?dé日\u0301");
+}
+
 TEST(Watchdog, CountsOnlyTheTimeThatSomebodyWatched)
 {
     using std::chrono::seconds;

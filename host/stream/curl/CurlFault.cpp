@@ -1,6 +1,7 @@
 #include "CurlFault.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <system_error>
 
@@ -22,13 +23,23 @@ std::string hostOf(CURL* easy)
     return name;
 }
 
+/// libcurl does not tell whether it was that, which could not be reached.
+bool hasProxy()
+{
+    for (const char* name : {"http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"})
+        if (std::getenv(name))
+            return true;
+    return false;
+}
+
 HttpFault connectFault(CURL* easy)
 {
     long number = 0;
     curl_easy_getinfo(easy, CURLINFO_OS_ERRNO, &number);
     int const code = number != 0 ? static_cast<int>(number) : ECONNREFUSED;
     if (code == ECONNREFUSED)
-        return {code, hostOf(easy) + " refuses the connection; check the address and its port"};
+        return {code, hostOf(easy) + " refuses the connection; check the address and its port" +
+                          (hasProxy() ? ", and the proxy (http_proxy, https_proxy)" : "")};
     return {code,
             "cannot connect to " + hostOf(easy) + ": " + std::generic_category().message(code)};
 }
@@ -53,8 +64,10 @@ CurlFault explainCurl(CURLcode code, CURL* easy, const char* words)
     switch (code) {
     case CURLE_OK:
         return {HttpResult::Finished, {}};
-    case CURLE_COULDNT_RESOLVE_HOST:
     case CURLE_COULDNT_RESOLVE_PROXY:
+        return {HttpResult::Failed,
+                {EHOSTUNREACH, "the proxy is not found; check http_proxy and https_proxy"}};
+    case CURLE_COULDNT_RESOLVE_HOST:
         return {HttpResult::Failed,
                 {EHOSTUNREACH, "no host of the name " + hostOf(easy) +
                                    " is found; check the address and the network connection"}};
