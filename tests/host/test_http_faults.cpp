@@ -59,6 +59,21 @@ TEST_F(HttpFaults, ADropIsNotNoticed)
 }
 
 /// Before that all is delivered that has come.
+TEST_F(HttpFaults, AProxysWordIsNotTheServersAnswer)
+{
+    ScriptedServer const proxy([](Request const& request, Answer& to) {
+        EXPECT_EQ(request.method, "CONNECT");
+        to.send("HTTP/1.1 200 Connection established\r\n\r\nthis is no TLS");
+    });
+    ::setenv("https_proxy", proxy.url("/").c_str(), 1);
+    ::unsetenv("no_proxy");
+    std::string const fault = faultAt("https://radio.invalid/x.mp3");
+    ::unsetenv("https_proxy");
+    ::setenv("no_proxy", "*", 1);
+    EXPECT_EQ(proxy.requests().size(), 1u);
+    EXPECT_EQ(fault.find("status"), std::string::npos) << fault;
+}
+
 TEST_F(HttpFaults, ThreeAttemptsAreMade)
 {
     struct Case {

@@ -62,6 +62,7 @@ void CurlTransfer::setUp(HttpRequest const& request)
     set(CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_1_1});
     set(CURLOPT_FOLLOWLOCATION, 1L);
     set(CURLOPT_MAXREDIRS, MostRedirects);
+    set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L); // a proxy's word is not the server's answer
     set(CURLOPT_HTTPHEADER, m_curl->headers);
     // Old radio servers begin their answer so.
     static curl_slist* const radio = curl_slist_append(nullptr, "ICY 200 OK");
