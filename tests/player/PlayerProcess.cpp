@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <string_view>
+
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
@@ -91,6 +94,15 @@ bool PlayerProcess::terminalIsNormal() const
 {
     termios settings{};
     return tcgetattr(m_err, &settings) == 0 && (~settings.c_lflag & (ICANON | ECHO)) == 0;
+}
+
+bool PlayerProcess::handles(int number) const
+{
+    constexpr std::string_view Mark = "SigCgt:";
+    std::string const status = contentOf("/proc/" + std::to_string(m_pid) + "/status");
+    std::size_t const at = status.find(Mark);
+    return at != std::string::npos &&
+           (std::strtoull(&status[at + Mark.size()], nullptr, 16) >> (number - 1) & 1) != 0;
 }
 
 Outcome PlayerProcess::finish()

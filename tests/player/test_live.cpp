@@ -39,8 +39,9 @@ TEST(Live, AnInputOrOutputThatHangsDoesNotHoldTheProgram)
             ASSERT_EQ(write(writer, head.data(), head.size()), ssize_t(head.size()));
         }
         PlayerProcess player(command);
-        ASSERT_TRUE(!begins || player.waitFor("Open()] called"));
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        ASSERT_TRUE(begins ? player.waitFor("Open()] called")
+                           : player.until([&] { return player.handles(SIGTERM); }));
+        std::this_thread::sleep_for(std::chrono::milliseconds(100)); // so that it really hangs
         player.signal(SIGTERM);
         EXPECT_EQ(player.finish().exit, 130) << command[1];
     }
