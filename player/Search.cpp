@@ -36,6 +36,10 @@ std::optional<TrackEnd> wish(Stage const& stage)
 
 std::optional<TrackEnd> search(std::string const& address, Stage const& stage, Found& found)
 {
+    // In a long list of what cannot be played nobody else listens.
+    stage.wait(0);
+    if (std::optional<TrackEnd> const end = wish(stage))
+        return end;
     SourceFinder finder(address, stage.options, stage.wakeup);
     while (!finder.isDone()) {
         Status status;
