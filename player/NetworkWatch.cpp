@@ -20,6 +20,10 @@ State NetworkWatch::state(bool isHeard) const
 
 std::string NetworkWatch::newWords(bool isHeard)
 {
+    bool const isOver = m_stream && (m_stream->status().phase == NetworkStream::Phase::Closed ||
+                                     m_stream->GetErrorStatus() != 0);
+    if (isOver) // nothing goes on any more
+        return {};
     State const now = state(isHeard);
     unsigned int const attempt = now == State::Reconnecting ? m_stream->status().attempt : 0;
     if (now == m_told && attempt == m_attemptTold)

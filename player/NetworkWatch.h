@@ -21,8 +21,6 @@ public:
     Status::State state(bool isHeard) const;
     /// One line, when things have got worse or better since the last call.
     std::string newWords(bool isHeard);
-    /// Things were bad when it was last asked.
-    bool waited() const { return m_told != Status::State::Playing; }
 
 private:
     boost::shared_ptr<host::NetworkStream> const m_stream;

@@ -173,8 +173,7 @@ void Session::seekBy(double seconds)
 
 void Session::onNetwork()
 {
-    bool const matters = !m_paused && m_news.failure == 0 && !m_news.closed;
-    std::string const words = matters ? m_network.newWords(isHeard()) : std::string();
+    std::string const words = m_paused ? std::string() : m_network.newWords(isHeard());
     if (!words.empty())
         m_stage.display.event(m_source.path + ": " + words);
     takeTitles();
@@ -260,8 +259,9 @@ void Session::conclude()
 /// Why a run that is over did not play its track, or nothing.
 std::string Session::fault() const
 {
-    if (!m_news.decodedAll && m_network.waited() && m_source.streamFault().empty())
-        return "the server sends too slowly, the decoder has given up; try again later";
+    if (m_news.starved && m_source.stream->GetErrorStatus() == 0)
+        return std::string(m_track.bytesDelivered() != 0 ? "ended early: " : "") +
+               "the server sent nothing for too long; try again later";
     if (!m_news.decodedAll)
         return explainFailure(m_source, m_news.failure, m_news.opened);
     if (m_source.stream->GetErrorStatus() != 0) // which the decoder took for the end

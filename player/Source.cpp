@@ -53,6 +53,12 @@ std::string Source::streamFault() const
     return number > 0 ? errnoText(number) : std::string();
 }
 
+bool Source::isStarved() const
+{
+    constexpr std::chrono::seconds Long(4); // the least patient decoder waits 5
+    return network && network->status().silent >= Long;
+}
+
 std::string formatOfMimeType(std::string const& mimeType)
 {
     using namespace kiv::mimetype_ex;

@@ -31,6 +31,9 @@ struct Source {
     double length() const;
     /// Why the stream failed, one line; empty when it did not.
     std::string streamFault() const;
+    /// Somebody has waited for the network so long that decoders lose their patience, which is less
+    /// than the stream's.
+    bool isStarved() const;
 };
 
 /// The format that the platform's table gives for a MIME type; empty when it has none.

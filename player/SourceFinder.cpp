@@ -117,9 +117,9 @@ void SourceFinder::findStream()
     if (!setCurrent(opened))
         return;
     if (opened->openEarly() >= 0)
-        source.head = opened->head(HeadBytes);
+        source.head = opened->head(HeadBytes, patience());
     if (source.length() > LongHeadBytes && (isMp4(source.head) || isAsf(source.head)))
-        source.head = opened->head(LongHeadBytes); // going back would cost a connection
+        source.head = opened->head(LongHeadBytes, patience()); // going back would cost a connection
     m_found.error = source.streamFault();
     if (m_found.error.empty() && source.head.empty())
         m_found.error = "nothing comes from there";
@@ -172,17 +172,32 @@ bool SourceFinder::takeList(std::string const& mimeType, std::string const& base
         return true;
     default:
         m_found.list = host::parsePlayList(kind, wholeText(), base);
-        if (m_found.list.empty())
+        if (isLate())
+            m_found.error = "the server sends the play list too slowly; try again later";
+        else if (m_found.list.empty())
             m_found.error = "a play list without entries that could be played";
         return true;
     }
+}
+
+/// A pipe may take its time; its other end is the listener's own.
+std::chrono::milliseconds SourceFinder::patience() const
+{
+    constexpr std::chrono::hours Endless(24 * 365);
+    return m_found.source.network ? 2 * m_options.timeout : Endless;
+}
+
+bool SourceFinder::isLate() const
+{
+    auto const* const stream = dynamic_cast<host::HeadStream const*>(m_found.source.stream.get());
+    return stream && stream->isLate();
 }
 
 std::string SourceFinder::wholeText()
 {
     Source const& source = m_found.source;
     if (auto* const stream = dynamic_cast<host::HeadStream*>(source.stream.get()))
-        return stream->head(host::MostPlayListBytes);
+        return stream->head(host::MostPlayListBytes, patience());
     std::ifstream file(host::localPath(m_address), std::ios::binary);
     std::string text(host::MostPlayListBytes, '\0');
     file.read(&text[0], static_cast<std::streamsize>(text.size()));

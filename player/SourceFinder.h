@@ -42,6 +42,8 @@ private:
     void lookAt(std::string const& mimeType, std::string const& base);
     bool takeList(std::string const& mimeType, std::string const& base);
     std::string wholeText();
+    std::chrono::milliseconds patience() const;
+    bool isLate() const;
     bool setCurrent(StreamPtr stream);
 
     std::string const m_address;

@@ -30,9 +30,8 @@ StreamVisit::StreamVisit(Avr::Interface::IReadableStream& stream)
 
 StreamVisit::~StreamVisit()
 {
-    if (m_wasOpen)
-        m_stream.SeekByte(0);
-    else
+    bool const isBack = m_wasOpen && m_stream.SeekByte(0) >= 0;
+    if (!isBack) // the next Open begins anew
         m_stream.Close();
 }
 

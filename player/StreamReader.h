@@ -10,7 +10,7 @@ namespace avr { namespace player {
 bool readAll(Avr::Interface::IReadableStream& stream, void* to, std::size_t bytes);
 
 /// A stream that is open and at its beginning while this object lives, and is there again
-/// afterwards, as far as it can go back. A local one may have been closed: it is closed again.
+/// afterwards, or closed: where it was so before, or does not go back.
 class StreamVisit {
 public:
     explicit StreamVisit(Avr::Interface::IReadableStream& stream);

@@ -217,6 +217,7 @@ void Track::note(int event, const void* data)
         break;
     case EventEndOfStream:
         m_news.decodedAll = true;
+        m_news.starved = m_source.isStarved();
         break;
     case EventBufferStatus:
         m_news.bufferFill = *static_cast<const int*>(data);
@@ -230,6 +231,7 @@ void Track::note(int event, const void* data)
     case EventOpenFailed:
     case EventOpenFailedByStream:
         m_news.failure = event;
+        m_news.starved = m_source.isStarved();
         break;
     default:
         break;

@@ -25,6 +25,7 @@ struct TrackNews {
     bool closed = false;     ///< event 1
     bool startRefused = false; ///< the position given to start() cannot be reached; nothing plays
     int failure = 0;           ///< event 0, 11 or 12
+    bool starved = false;      ///< the decoder ended the run while the network was waited for long
     int bufferFill = -1;       ///< percent; -1: never told
     std::string error;         ///< the player itself cannot go on, one line
     std::string title;         ///< "artist - title" found in the stream

@@ -19,11 +19,16 @@ int HeadStream::openEarly()
     return result;
 }
 
-std::string const& HeadStream::head(std::size_t bytes)
+std::string const& HeadStream::head(std::size_t bytes, std::chrono::milliseconds patience)
 {
+    using Clock = std::chrono::steady_clock;
+    Clock::time_point const began = Clock::now();
     constexpr std::chrono::milliseconds RetryPause(5);
     int result = Ok;
     while (m_head.size() < bytes && (result >= 0 || result == StreamRetry)) {
+        m_isLate = Clock::now() - began > patience;
+        if (m_isLate)
+            break;
         std::size_t const held = m_head.size();
         unsigned int got = 0;
         m_head.resize(bytes);

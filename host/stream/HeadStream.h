@@ -6,6 +6,7 @@
 #include <boost/shared_ptr.hpp>
 
 #include <atomic>
+#include <chrono>
 #include <string>
 
 namespace avr { namespace host {
@@ -21,9 +22,12 @@ public:
     /// Opens the stream; the decoder's Open goes on with it. Close ends a wait in here, too.
     /// @return negative on failure
     int openEarly();
-    /// The first bytes, fewer where the stream ends before. Between openEarly and the decoder's
-    /// Open.
-    std::string const& head(std::size_t bytes);
+    /// The first bytes, fewer where the stream ends before, or where they do not come in time.
+    /// Between openEarly and the decoder's Open.
+    /// @param patience  begins no read later than this
+    std::string const& head(std::size_t bytes, std::chrono::milliseconds patience);
+    /// There was no time for all of the head.
+    bool isLate() const { return m_isLate; }
 
     int IsOpened() override;
     int Open() override;
@@ -47,7 +51,8 @@ private:
     std::atomic<bool> m_isEarly{false}; ///< open, and not yet the decoder's
     // With the use of the stream: one thread opens, reads and positions it at a time.
     std::string m_head;
-    std::size_t m_read = 0;  ///< of the head
+    std::size_t m_read = 0; ///< of the head
+    bool m_isLate = false;
     bool m_isBeyond = false; ///< the stream is not behind the head any more
 };
 

@@ -4,8 +4,10 @@
 #include "IcyTitles.h"
 #include "decoder/Result.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <utility>
 
 namespace avr { namespace host {
 
@@ -20,21 +22,31 @@ constexpr const char* UserAgent = "User-Agent: libavrdecoder/1";
 constexpr unsigned int Attempts = 3;    ///< to make a broken connection again
 constexpr std::size_t MostTitles = 100; ///< that wait to be heard
 
+/// What a header begins with; Unknown, -1, where that is too large, or less than nothing.
+long long numberOf(std::string const& header)
+{
+    errno = 0;
+    long long const number = std::strtoll(header.c_str(), nullptr, 10);
+    return errno == ERANGE || number < 0 ? -1 : number;
+}
+
 /// Both numbers of "bytes FIRST-LAST/LENGTH"; Unknown, -1, where there is none.
 struct ContentRange {
     explicit ContentRange(std::string const& header)
     {
         if (header.compare(0, 6, "bytes ") != 0 || header[6] < '0' || header[6] > '9')
             return;
-        first = std::strtoll(header.c_str() + 6, nullptr, 10);
+        first = numberOf(header.substr(6));
         std::size_t const slash = header.find('/');
         if (slash != std::string::npos && header.compare(slash, 2, "/*") != 0)
-            length = std::strtoll(header.c_str() + slash + 1, nullptr, 10);
+            length = numberOf(header.substr(slash + 1));
     }
 
     long long first = -1;
     long long length = -1;
 };
+
+bool isControl(char c) { return static_cast<unsigned char>(c) < ' ' || c == 0x7F; }
 
 bool isRadio(HttpAnswer const& answer)
 {
@@ -88,6 +100,8 @@ void HttpStream::learn(HttpAnswer const& answer)
     m_validator = answer.header("etag");
     if (m_validator.empty() || m_validator.compare(0, 2, "W/") == 0)
         m_validator = answer.header("last-modified");
+    if (std::any_of(m_validator.begin(), m_validator.end(), isControl))
+        m_validator.clear(); // it would be sent back
     std::string const told = answer.header("content-length");
     Guard const guard(m_knownLock);
     m_titles.clear();
@@ -95,7 +109,7 @@ void HttpStream::learn(HttpAnswer const& answer)
     bool const tellsNone = told.empty() || answer.headers.count("transfer-encoding") != 0;
     m_length = answer.status == 206 ? ContentRange(answer.header("content-range")).length
                : tellsNone          ? Unknown
-                                    : std::strtoll(told.c_str(), nullptr, 10);
+                                    : numberOf(told);
     m_givesParts = answer.status == 206 || answer.header("accept-ranges") == "bytes";
     if (isRadio(answer)) {
         m_length = Unknown;
@@ -143,7 +157,7 @@ HttpResult HttpStream::readSome(void* to, std::size_t room, std::size_t& got)
         }
         bool const isEarly = result == HttpResult::Finished && m_position < length();
         if (result == HttpResult::Dropped || isEarly)
-            result = resume();
+            result = resume(isEarly && m_attempts == 0);
         else if (result == HttpResult::Failed)
             fail(receivingFault());
         if (result != HttpResult::Ok)
@@ -153,14 +167,15 @@ HttpResult HttpStream::readSome(void* to, std::size_t room, std::size_t& got)
 }
 
 /// Makes a connection that broke again, where it was. @return Ok when it is there
-HttpResult HttpStream::resume()
+/// @param isWhole  nothing broke, the server only gives less than it was asked for
+HttpResult HttpStream::resume(bool isWhole)
 {
     HttpFault fault = receivingFault();
     if (fault.number == 0)
         fault = {ECONNRESET, "the server ended before the end of the file"};
     bool const canResume = GetCapabilities() != 0;
     while (canResume && m_attempts < Attempts) {
-        if (!pauseBefore(m_attempts + 1))
+        if (!std::exchange(isWhole, false) && !pauseBefore(m_attempts + 1))
             return isClosed() ? HttpResult::Cancelled : HttpResult::Interrupted;
         Part part = beginAt(m_position);
         bool const isThere = part.transfer && install(std::move(part.transfer));

@@ -35,7 +35,7 @@ private:
         bool isRefused = false; ///< another try would be, too
     };
     Part beginAt(long long position);
-    HttpResult resume();
+    HttpResult resume(bool isWhole);
     void noteTitle(long long position, std::string const& text);
 
     std::unique_ptr<IcyTitles> m_icy; ///< where titles come; with the use of the stream

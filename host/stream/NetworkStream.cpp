@@ -26,6 +26,11 @@ int NetworkStream::IsOpened()
 
 int NetworkStream::Open()
 {
+    unsigned int closesBefore = 0;
+    {
+        Lock const lock(m_lock);
+        closesBefore = m_closes; // a Close ends an Open that waits for another one, too
+    }
     Use const using_(m_use);
     {
         Lock const lock(m_lock);
@@ -34,7 +39,7 @@ int NetworkStream::Open()
         m_fault = {};
         m_contentType.clear();
         m_interrupted = false;
-        m_closesBefore = m_closes;
+        m_closesBefore = closesBefore;
         m_phase = Phase::Connecting;
     }
     bool const connected = connect();
@@ -80,11 +85,13 @@ int NetworkStream::Read(void* buf, unsigned int len, unsigned int* got)
         if (std::exchange(m_interrupted, false) || m_seeksWaiting != 0)
             return StreamRetry;
         m_isReading = true;
+        m_waitsSince = Clock::now();
     }
     std::size_t bytes = 0;
     HttpResult const result = readSome(buf, len, bytes);
     Lock const lock(m_lock);
     m_isReading = false;
+    m_waitsSince.reset();
     switch (result) {
     case HttpResult::Ok:
         *got = static_cast<unsigned int>(bytes);
@@ -233,12 +240,8 @@ HttpResult NetworkStream::receive(void* to, std::size_t room, std::size_t& got)
     {
         Lock const lock(m_lock);
         transfer = m_transfer;
-        m_waitsSince = Clock::now();
     }
-    HttpResult const result = transfer ? transfer->read(to, room, got) : HttpResult::Cancelled;
-    Lock const lock(m_lock);
-    m_waitsSince.reset();
-    return result;
+    return transfer ? transfer->read(to, room, got) : HttpResult::Cancelled;
 }
 
 HttpFault NetworkStream::receivingFault() const

@@ -21,10 +21,12 @@ boost::shared_ptr<Avr::Interface::IReadableStream>
 makeStream(std::string const& address, NetworkLimits const& limits, std::string& error)
 {
     std::string const scheme = schemeOf(address);
+    // The decoders look for schemes in small letters.
+    std::string const url = escapedAddress(scheme + address.substr(scheme.size()));
     if (isHttp(scheme))
-        return boost::make_shared<HttpStream>(escapedAddress(address), limits);
+        return boost::make_shared<HttpStream>(url, limits);
     if (isMms(scheme))
-        return boost::make_shared<MmsStream>(escapedAddress(address), limits);
+        return boost::make_shared<MmsStream>(url, limits);
     std::string const path = localPath(address);
     if (!path.empty())
         return boost::make_shared<FileStream>(path);

@@ -188,6 +188,21 @@ TEST_F(HttpFaults, WrongLengths)
     }
 }
 
+TEST_F(HttpFaults, NumbersBeyondAllFilesAreNone)
+{
+    std::string const huge = "99999999999999999999";
+    for (std::string const& answer : {head("206 Part", "Content-Range: bytes 0-6/" + huge + "\r\n"),
+                                      head("206 Part", "Content-Range: bytes 0-6/-7\r\n")}) {
+        ScriptedServer const server(
+            [&](Request const&, Answer& to) { to.send(answer + "1234567"); });
+        HttpStream stream(server.url(), patient());
+        ASSERT_EQ(stream.Open(), 0);
+        EXPECT_EQ(length(stream), "as it was");
+        EXPECT_EQ(stream.GetCapabilities(), 0);
+        EXPECT_EQ(readAll(stream).result, End);
+    }
+}
+
 TEST_F(HttpFaults, EveryRefusalHasItsWords)
 {
     struct Case {
@@ -222,6 +237,8 @@ TEST_F(HttpFaults, WrongWays)
     for (const char* target : {"file:///etc/passwd", "ftp://127.0.0.1/x"})
         EXPECT_EQ(faultOfAnswer(head("302 x", std::string("Location: ") + target + "\r\n")),
                   "the server sends it on to what is no address of http or https");
+    EXPECT_EQ(faultOfAnswer(head("302 x", "Location: \r\n") + "a page"),
+              "the server does not answer with it (status 302)");
     EXPECT_EQ(faultOfAnswer(head("302 x", "Location: /again\r\n")),
               "the server sends it on again and again");
 }
@@ -250,6 +267,13 @@ TEST_F(HttpFaults, WaitingHasLimits)
     std::string const silence = "the server does not answer; try again later";
     auto const never = [](Request const&, Answer& to) { to.stall(); };
     EXPECT_EQ(faultOf(never, hasty()), silence);
+    EXPECT_EQ(faultOf(
+                  [&](Request const&, Answer& to) {
+                      to.send("HTTP/1.1 200 OK\r\n");
+                      to.drip("X-Filler: " + std::string(100000, 'x'), 200);
+                  },
+                  answersSoon),
+              silence);
     DeadPort const dead;
     EXPECT_EQ(faultAt(loopbackUrl(dead.port(), "/"), hasty()), silence);
     {

@@ -121,9 +121,8 @@ int CurlTransfer::onConnected(void* self, char*, char*, int, int)
 std::size_t CurlTransfer::onHeader(char* data, std::size_t, std::size_t bytes, void* self)
 {
     auto& transfer = *static_cast<CurlTransfer*>(self);
-    transfer.m_progressAt = Clock::now();
-    transfer.m_headerBytes += bytes;
-    if (transfer.m_headIsWhole) // what comes behind a body in chunks
+    transfer.m_headerBytes += bytes; // and no progress: all of it has to come within the limit
+    if (transfer.m_headIsWhole)      // what comes behind a body in chunks
         return bytes;
     if (transfer.m_headerBytes > MostHeaderBytes)
         return 0;
@@ -140,7 +139,7 @@ void CurlTransfer::takeHeaderLine(std::string const& line)
     curl_easy_getinfo(m_curl->easy, CURLINFO_RESPONSE_CODE, &status);
     m_answer.status = static_cast<int>(status);
     bool const leadsOn =
-        status / 100 == 1 || (status / 100 == 3 && m_answer.headers.count("location") != 0);
+        status / 100 == 1 || (status / 100 == 3 && !m_answer.header("location").empty());
     if (end == 0) {
         m_headIsWhole = !leadsOn;
     } else if (line.compare(0, 5, "HTTP/") == 0 || line.compare(0, 4, "ICY ") == 0) {
