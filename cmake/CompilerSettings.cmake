@@ -2,6 +2,8 @@
 add_library(avr_settings INTERFACE)
 target_compile_options(avr_settings INTERFACE
   -Wall -Wextra -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual)
+# A wrong argument of printf does harm on one word size and looks right on the other: never let by.
+target_compile_options(avr_settings INTERFACE -Wformat=2 -Werror=format)
 # Files above 2 GiB, also where off_t has 32 bits.
 target_compile_definitions(avr_settings INTERFACE _FILE_OFFSET_BITS=64)
 if(AVR_WERROR)
