@@ -1,0 +1,11 @@
+// What must not come into the library: calls that glibc has, and the small C library has not. Both
+// checks have to refuse them.
+#include <cstdlib>
+#include <pthread.h>
+
+extern "C" __attribute__((visibility("default"))) void*
+glibcOnly(void* memory, pthread_cond_t* wake, pthread_mutex_t* lock, timespec const* deadline)
+{
+    pthread_cond_clockwait(wake, lock, CLOCK_MONOTONIC, deadline);
+    return reallocarray(memory, 2, sizeof(int));
+}
