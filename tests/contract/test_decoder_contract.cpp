@@ -3,6 +3,7 @@
 #include "DecoderRun.h"
 #include "DecodersUnderTest.h"
 #include "LogCapture.h"
+#include "LongDeadlines.h"
 
 #include <random>
 #include <thread>
@@ -15,6 +16,8 @@ namespace {
 
 class Contract : public DecoderRun, public testing::WithParamInterface<DecoderUnderTest> {
 protected:
+    ~Contract() override { Avr::Decoder::deadlines() = Avr::Decoder::Deadlines(); }
+
     IDecoder& underTest() override { return *decoder; }
     void prepare() override { GetParam().prepare(); }
 
@@ -186,6 +189,7 @@ TEST_P(Contract, AnswersPropertiesInEveryState)
 
 TEST_P(Contract, CloseAtAThousandRandomMoments)
 {
+    setLongDeadlines();
     LogCapture log;
     std::mt19937 random(7);
     int const rounds = Sanitized ? 300 : 1000;

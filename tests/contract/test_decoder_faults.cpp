@@ -1,8 +1,8 @@
 // Every decoder over every kind of bad stream.
-#include "Deadlines.h"
 #include "DecoderRun.h"
 #include "DecodersUnderTest.h"
 #include "LogCapture.h"
+#include "LongDeadlines.h"
 
 #include <thread>
 
@@ -30,6 +30,7 @@ protected:
     void run(Script script)
     {
         bool const endless = script.fault == Fault::RetryForever || script.fault == Fault::Stall;
+        auto const parseWait = deadlines().parseWait;
         if (endless)
             deadlines().parseWait = std::chrono::milliseconds(0);
         open(std::move(script));
@@ -42,7 +43,7 @@ protected:
         if (endless) {
             std::this_thread::sleep_for(std::chrono::milliseconds(2));
             decoder->Close();
-            deadlines().parseWait = Deadlines().parseWait;
+            deadlines().parseWait = parseWait;
         }
         bool const again = GetParam().has(Trait::TriesTwice) && callback.events()[0] != 2;
         expectRuns(again ? 2 : 1);
@@ -92,6 +93,7 @@ TEST_P(Faults, EveryWayOfReadingGivesTheSamePcm)
 
 TEST_P(Faults, AFaultAtEveryRead)
 {
+    setLongDeadlines();
     Script steps = sample();
     steps.longestRead = 6000;
     run(steps);

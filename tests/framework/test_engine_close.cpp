@@ -1,5 +1,6 @@
 // The end of a run that does not end by itself, and what must not hold it up.
 #include "EngineFixture.h"
+#include "LongDeadlines.h"
 
 using namespace avr::test;
 
@@ -62,6 +63,7 @@ TEST_F(Engine, CloseInsideOnSampleOrASeeksEventEndsTheRun)
 
 TEST_F(Engine, CloseEndsAStalledOpenAndAStalledRead)
 {
+    setLongDeadlines();
     LogCapture log;
     Script slowDoor;
     slowDoor.openStalls = true;

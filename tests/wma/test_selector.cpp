@@ -1,9 +1,9 @@
 #include "AsfFile.h"
 #include "BuildKind.h"
-#include "Deadlines.h"
 #include "DecoderHistory.h"
 #include "DecoderRun.h"
 #include "LogCapture.h"
+#include "LongDeadlines.h"
 #include "TestData.h"
 #include "WmaPlay.h"
 #include "WmaSelector.h"
@@ -266,6 +266,7 @@ TEST_F(Selector, CloseInsideTheFirstAttemptsEventsLeavesNoSecondOne)
 
 TEST_F(Selector, ACloseAtAnyMomentEndsAnOpen)
 {
+    setLongDeadlines();
     LogCapture log;
     std::mt19937 random(3);
     for (int round = 0; round < (Sanitized ? 100 : 400); ++round) {
