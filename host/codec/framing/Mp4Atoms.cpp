@@ -10,8 +10,8 @@ namespace avr { namespace host {
 namespace {
 
 constexpr std::size_t ReadSlice = 65536;
-constexpr std::uint64_t AtomHeader = 8;
-constexpr std::uint64_t LongAtomHeader = 16;
+constexpr std::size_t AtomHeader = 8;
+constexpr std::size_t LongAtomHeader = 16;
 constexpr std::uint32_t MostFtypBytes = 4096;
 constexpr int MostTopLevelAtoms = 1000;
 
