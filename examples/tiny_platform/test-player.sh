@@ -4,7 +4,7 @@ set -eu
 player=$1 samples=$2
 
 status=0
-"$player" "$samples/tune.wav" "$samples/tune.flac" "$samples/tune-vbr.mp3" "$samples/tune.aac" \
+${AVR_RUN-} "$player" "$samples/tune.wav" "$samples/tune.flac" "$samples/tune-vbr.mp3" "$samples/tune.aac" \
     "$samples/tune.wma" >out 2>log || status=$?
 cat log out
 [ "$status" = 3 ] # so many were not played
@@ -18,6 +18,8 @@ tune.wma: event 11
 END
 
 # Nothing of the host's is in the process.
-if ldd "$player" | grep -E 'libasound|libcurl|/host/'; then
+list=ldd
+[ -z "${AVR_RUN-}" ] || list="$AVR_RUN -E LD_TRACE_LOADED_OBJECTS=1"
+if $list "$player" | grep -E 'libasound|libcurl|/host/'; then
     exit 1
 fi

@@ -21,11 +21,13 @@ namespace {
     // Whoever runs the tests may have these ignored.
     for (int number : {SIGINT, SIGTERM, SIGHUP, SIGPIPE})
         ::signal(number, SIG_DFL);
-    std::vector<char*> words{const_cast<char*>(AVRPLAY_PATH)};
+    std::vector<char*> words;
+    for (const char* word : {AVRPLAY_COMMAND}) // with an emulator's words, if there is one
+        words.push_back(const_cast<char*>(word));
     for (std::string const& argument : arguments)
         words.push_back(const_cast<char*>(argument.c_str()));
     words.push_back(nullptr);
-    execv(AVRPLAY_PATH, words.data());
+    execv(words[0], words.data());
     _exit(127);
 }
 

@@ -1,7 +1,7 @@
 # What bash offers behind avrplay, in pieces as readline gives them.
 # completion.sh AVRPLAY COMPLETION_SCRIPT
 set -u
-avrplay=$1
+avrplay=$1 run=${AVR_RUN-}
 source "$2"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -25,9 +25,9 @@ expect()
 }
 sorted() { LC_ALL=C sort -u | tr '\n' ' ' | sed 's/ $//'; }
 
-formats=$("$avrplay" --formats | grep -o '^[a-z][^ ]*')
-endings=$("$avrplay" --formats | grep -o '\*\.[a-z0-9]*' | tr -d '*.')
-options=$("$avrplay" --help | grep -oE '^ +-.*' | grep -oE '^ +-[a-z],|--[a-z-]+( |$)' |
+formats=$($run "$avrplay" --formats | grep -o '^[a-z][^ ]*')
+endings=$($run "$avrplay" --formats | grep -o '\*\.[a-z0-9]*' | tr -d '*.')
+options=$($run "$avrplay" --help | grep -oE '^ +-.*' | grep -oE '^ +-[a-z],|--[a-z-]+( |$)' |
     tr -d ' ,')
 [ "$(wc -w <<<"$formats $endings $options")" -gt 40 ] || exit 1
 
