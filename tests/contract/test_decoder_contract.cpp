@@ -192,7 +192,7 @@ TEST_P(Contract, CloseAtAThousandRandomMoments)
     setLongDeadlines();
     LogCapture log;
     std::mt19937 random(7);
-    int const rounds = Sanitized ? 300 : 1000;
+    int const rounds = Emulated ? 100 : Sanitized ? 300 : 1000;
     for (int round = 0; round < rounds; ++round) {
         Script script = sample();
         script.longestRead = round % 3 == 0 ? 500 : 0;

@@ -186,7 +186,7 @@ TEST_P(Hostile, EveryRunEndsWithItsOneCloseEvent)
 {
     LogCapture log;
     std::unique_ptr<IDecoder> decoder = GetParam().make();
-    for (int round = 0; round < (Sanitized ? 60 : 200); ++round) {
+    for (int round = 0; round < (Slow ? 60 : 200); ++round) {
         HostilePlayer player(*decoder);
         Bytes data = GetParam().sample;
         if (any(3) == 0)

@@ -17,7 +17,7 @@ using namespace kiv::appli;
 
 namespace {
 
-constexpr int Rounds = Sanitized ? 5000 : 100000;
+constexpr int Rounds = Emulated ? 1000 : Sanitized ? 5000 : 100000;
 
 /// Discards the log while it lives.
 class Quiet {
@@ -137,7 +137,7 @@ TEST(EngineRaces, EveryOperationAtOnce)
         decoder.GetWaveFormat(format);
         decoder.Interrunpt(-10002);
     });
-    int const opens = Sanitized ? 200 : 1000;
+    int const opens = Slow ? 200 : 1000;
     for (int i = 0; i < opens; ++i) {
         ASSERT_EQ(Ok, decoder.Open(streamOf({}), &callback));
         if (i % 2 == 0)

@@ -10,7 +10,7 @@ namespace avr { namespace test {
 
 namespace {
 
-constexpr unsigned int Rounds = Sanitized ? 20 : 200;
+constexpr unsigned int Rounds = Slow ? 20 : 200;
 std::string const tune = ::noise(20000);
 constexpr std::size_t Half = 10000;
 

@@ -119,7 +119,7 @@ TEST_F(Mms, AStallHasALimitAndClose)
     NetworkLimits limits = patient();
     limits.stall = std::chrono::seconds(1);
     EXPECT_EQ(faultOf(server.url(), limits), "the server sends nothing more; try again later");
-    for (int round = 0; round < (Sanitized ? 20 : 200); ++round) {
+    for (int round = 0; round < (Slow ? 20 : 200); ++round) {
         MmsStream stream(server.url(), patient());
         std::atomic<bool> reads{false};
         std::thread reader([&] {
@@ -140,7 +140,7 @@ TEST_F(Mms, CloseAtAnyMoment)
     MmshServer const server(chunks);
     MmsStream stream(server.url(), patient());
     Closer const closer(stream);
-    for (int round = 0; round < (Sanitized ? 100 : 1000); ++round) {
+    for (int round = 0; round < (Slow ? 100 : 1000); ++round) {
         stream.Open();
         std::string const bytes = readAll(stream).bytes;
         EXPECT_TRUE(bytes == textOf(file).substr(0, bytes.size()));

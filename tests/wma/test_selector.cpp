@@ -269,7 +269,7 @@ TEST_F(Selector, ACloseAtAnyMomentEndsAnOpen)
     setLongDeadlines();
     LogCapture log;
     std::mt19937 random(3);
-    for (int round = 0; round < (Sanitized ? 100 : 400); ++round) {
+    for (int round = 0; round < (Slow ? 100 : 400); ++round) {
         history.add(round % 2 == 0 ? Standard : Lossless);
         Script script = scriptOf(round % 3 == 0 ? lossless : standard);
         script.longestRead = round % 5 == 0 ? 0 : 3000;
@@ -371,7 +371,7 @@ TEST_F(Selector, AStreamIsLeftAloneOnceItsRunHasEnded)
 TEST_F(Selector, TenThousandOpensKeepNothing)
 {
     LogCapture log;
-    int const opens = Sanitized ? 60 : 10000;
+    int const opens = Slow ? 60 : 10000;
     long pages = 0;
     for (int i = 0; i < opens; ++i) {
         if (i == opens / 10)
@@ -383,6 +383,6 @@ TEST_F(Selector, TenThousandOpensKeepNothing)
     }
     decoder.Close();
     EXPECT_LE(history.size(), 101u);
-    EXPECT_TRUE(Sanitized || (residentPages() - pages) * sysconf(_SC_PAGESIZE) < (8 << 20))
+    EXPECT_TRUE(Slow || (residentPages() - pages) * sysconf(_SC_PAGESIZE) < (8 << 20))
         << residentPages() - pages;
 }

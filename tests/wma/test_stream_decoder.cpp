@@ -1,4 +1,5 @@
 #include "AsfFile.h"
+#include "BuildKind.h"
 #include "Deadlines.h"
 #include "DecoderRun.h"
 #include "LogCapture.h"
@@ -187,8 +188,9 @@ TEST_F(StreamDecoder, ASeekDoesNotWaitForDataOfTheOldPlace)
 
 TEST_F(StreamDecoder, AFlippedByteIsNoHarm)
 {
+    std::size_t const step = Emulated ? 13 : 3;
     for (Bytes file : {testData("wma2.wma"), losslessFile(noise(30000), 2, 16, 44100).bytes()})
-        for (std::size_t at = 0; at < file.size(); at += at < 700 ? 3 : 499) {
+        for (std::size_t at = 0; at < file.size(); at += at < 700 ? step : 499) {
             Bytes flipped = file;
             flipped[at] = static_cast<std::uint8_t>(flipped[at] ^ (at % 2 == 0 ? 0xFF : 0x10));
             open(flipped);
