@@ -30,7 +30,7 @@ TEST(Live, AnInputOrOutputThatHangsDoesNotHoldTheProgram)
 {
     std::string const pipe = testFile("pipe.wav");
     ASSERT_EQ(mkfifo(pipe.c_str(), 0666), 0);
-    int const writer = open(pipe.c_str(), O_RDWR);
+    int writer = -1;
     for (Words const& command : {Words{"-v", "--probe", pipe}, Words{"-v", "-o", "null", pipe},
                                  Words{"-v", "-o", "raw:" + pipe, minute()}}) {
         std::string const head = contentOf(minute()).substr(0, 6000);
@@ -39,9 +39,16 @@ TEST(Live, AnInputOrOutputThatHangsDoesNotHoldTheProgram)
             ASSERT_EQ(write(writer, head.data(), head.size()), ssize_t(head.size()));
         }
         PlayerProcess player(command);
-        ASSERT_TRUE(begins ? player.waitFor("Open()] called")
-                           : player.until([&] { return player.handles(SIGTERM); }));
-        std::this_thread::sleep_for(std::chrono::milliseconds(100)); // so that it really hangs
+        if (begins) {
+            ASSERT_TRUE(player.waitFor("Open()] called"));
+        } else { // nobody can write without waiting before it has begun to read
+            int first = -1;
+            ASSERT_TRUE(player.until(
+                [&] { return (first = open(pipe.c_str(), O_WRONLY | O_NONBLOCK)) >= 0; }));
+            writer = open(pipe.c_str(), O_RDWR);
+            close(first);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
         player.signal(SIGTERM);
         EXPECT_EQ(player.finish().exit, 130) << command[1];
     }
