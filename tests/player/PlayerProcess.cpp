@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <string_view>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -96,15 +95,6 @@ bool PlayerProcess::terminalIsNormal() const
 {
     termios settings{};
     return tcgetattr(m_err, &settings) == 0 && (~settings.c_lflag & (ICANON | ECHO)) == 0;
-}
-
-bool PlayerProcess::handles(int number) const
-{
-    constexpr std::string_view Mark = "SigCgt:";
-    std::string const status = contentOf("/proc/" + std::to_string(m_pid) + "/status");
-    std::size_t const at = status.find(Mark);
-    return at != std::string::npos &&
-           (std::strtoull(&status[at + Mark.size()], nullptr, 16) >> (number - 1) & 1) != 0;
 }
 
 Outcome PlayerProcess::finish()

@@ -35,8 +35,6 @@ public:
     bool waitFor(std::string const& text);
     void type(std::string const& keys);
     void signal(int number) { kill(m_pid, number); }
-    /// It does not die of this signal any more: its own handler is there.
-    bool handles(int number) const;
     /// Line editing and echo are on.
     bool terminalIsNormal() const;
     /// Waits for the end.

@@ -8,6 +8,9 @@
 #include <atomic>
 #include <cstdlib>
 
+#include <sys/syscall.h>
+#include <unistd.h>
+
 namespace avr { namespace test {
 
 using host::HttpStream;
@@ -82,7 +85,7 @@ protected:
     {
         ::setenv("no_proxy", "*", 1);
         // What libcurl and a sanitizer keep for good.
-        std::thread([] {}).join();
+        endedThread();
         HttpStream unreadable("nothing://", patient());
         EXPECT_EQ(unreadable.Open(), Failed);
         m_threads = entries("/proc/self/task");
@@ -93,6 +96,14 @@ protected:
         HttpStream::waitForAbandoned();
         EXPECT_TRUE(eventually([this] { return entries("/proc/self/task") == m_threads; }));
         EXPECT_EQ(entries("/proc/self/fd"), m_descriptors);
+    }
+    /// Its entry is gone, too: that may take longer than the join, in an emulator most of all.
+    static void endedThread()
+    {
+        std::atomic<long> id{0};
+        std::thread([&id] { id = ::syscall(SYS_gettid); }).join();
+        std::string const entry = "/proc/self/task/" + std::to_string(id);
+        EXPECT_TRUE(eventually([&entry] { return !std::filesystem::exists(entry); }));
     }
     static long entries(const char* directory)
     {
