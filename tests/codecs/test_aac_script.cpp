@@ -256,7 +256,7 @@ TEST_F(AacScript, Mp4DescribesItselfAndIsReadSampleBySample)
         EXPECT_EQ(VAAC_Mp4, script.fileType);
         EXPECT_EQ(22050u, script.config.samplingRate);
         EXPECT_EQ(1u, script.config.channels);
-        EXPECT_EQ(VAAC_getRandState, script.config.randState);
+        EXPECT_EQ(&VAAC_getRandState, script.config.randState);
         EXPECT_EQ(each.duration, callback.info().decoderWord);
         EXPECT_EQ(each.info.bitRate, callback.info().bitRate);
         EXPECT_EQ(each.lines, linesWith({"timescale", "Bitrate"}, log));
