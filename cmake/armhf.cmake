@@ -7,6 +7,10 @@ set(AVR_ARMHF_SYSROOT ${CMAKE_CURRENT_LIST_DIR}/../build/armhf-sysroot CACHE PAT
     "What scripts/armhf-sysroot has made")
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES AVR_ARMHF_SYSROOT)
 get_filename_component(CMAKE_SYSROOT ${AVR_ARMHF_SYSROOT} ABSOLUTE)
+if(CMAKE_SYSROOT MATCHES "[ \t]")
+  message(FATAL_ERROR "pkg-config cannot do with the blank in ${CMAKE_SYSROOT}; "
+    "make the sysroot elsewhere and name it with -DAVR_ARMHF_SYSROOT=")
+endif()
 if(NOT EXISTS ${CMAKE_SYSROOT}/packages)
   message(FATAL_ERROR "There is no sysroot in ${CMAKE_SYSROOT}; run scripts/armhf-sysroot")
 endif()

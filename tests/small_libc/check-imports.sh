@@ -5,10 +5,10 @@ set -eu
 nm=$1 objdump=$2 library=$3
 shift 3
 
-# The libraries that it names, but for the C library.
+# The libraries that it names, but for the C library, all the parts that glibc has of it.
 named() {
     "$objdump" -p "$library" | awk '$1 == "NEEDED" { print $2 }' |
-        grep -vE '^(libc|libm|libpthread|librt|libdl|ld-.*)\.so'
+        grep -vE '^(lib(c|m|mvec|pthread|rt|dl|resolv|anl|nsl|crypt|util|BrokenLocale)|ld-.*)\.so'
 }
 
 exports_of() {

@@ -1,7 +1,8 @@
 # Checks that check-imports.sh, with the same arguments, finds the calls of glibc_only.cpp.
 # check-refusal.sh NM OBJDUMP LIBRARY FOLDER...
 set -eu
-expected="the small C library lacks pthread_cond_clockwait
+expected="the small C library lacks ns_initparse
+the small C library lacks pthread_cond_clockwait
 the small C library lacks reallocarray"
 
 if found=$(sh "$(dirname "$0")/check-imports.sh" "$@"); then
