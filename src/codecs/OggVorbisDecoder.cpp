@@ -93,7 +93,9 @@ int OggVorbisDecoder::Input::open(StreamPtr const& source)
     ov_callbacks const callbacks{read, seek, close, nullptr};
     int const result = ov_open_callbacks(&stream, m_file.get(), nullptr, 0, callbacks);
     stream.rethrow();
-    return result;
+    // Its numbers have 32 bits. The library refuses a negative rate where its long has no more.
+    bool const isNegative = result >= 0 && static_cast<std::int32_t>(info()->rate) <= 0;
+    return isNegative ? OV_EBADHEADER : result;
 }
 
 void OggVorbisDecoder::Input::close()
@@ -178,7 +180,8 @@ int OggVorbisDecoder::openHook(StreamPtr stream)
     // The library knows no duration of what it cannot position: its error stands here.
     m_streamInfo.decoderWord = static_cast<std::uint32_t>(m_input->milliseconds());
     StateLock lock(stateLock());
-    m_description = {true, info->rate, info->bitrate_nominal, format.channels};
+    m_description = {true, static_cast<std::int32_t>(info->rate),
+                     static_cast<std::int32_t>(info->bitrate_nominal), format.channels};
     return Ok;
 }
 

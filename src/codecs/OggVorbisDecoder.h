@@ -2,6 +2,7 @@
 
 #include "LibraryDecoder.h"
 
+#include <cstdint>
 #include <memory>
 
 namespace kiv { namespace appli {
@@ -31,8 +32,8 @@ private:
     /// What the properties tell.
     struct Description {
         bool known;
-        long rate;
-        long nominalBitRate;
+        std::int32_t rate;
+        std::int32_t nominalBitRate; ///< negative where the stream says so
         int channels; ///< of those that are played
     };
 

@@ -3,6 +3,7 @@
 #include "OggVorbisDecoder.h"
 #include "TestData.h"
 
+#include <ogg/ogg.h>
 #include <tremor/ivorbisfile.h>
 
 #include <cstring>
@@ -69,6 +70,18 @@ Bytes expected(Layout const& file, std::size_t channels)
             append(pcm, static_cast<std::uint32_t>(right), 2);
     }
     return pcm;
+}
+
+/// A file with another number in its first packet.
+Bytes withNumber(std::size_t at, std::uint32_t number)
+{
+    constexpr long HeaderBytes = 28, PacketBytes = 30;
+    Bytes file = testData("stereo.ogg");
+    for (std::size_t i = 0; i < 4; ++i)
+        file[HeaderBytes + at + i] = static_cast<std::uint8_t>(number >> 8 * i);
+    ogg_page page{file.data(), HeaderBytes, file.data() + HeaderBytes, PacketBytes};
+    ogg_page_checksum_set(&page);
+    return file;
 }
 
 class Vorbis : public DecoderRun {
@@ -138,6 +151,20 @@ TEST_F(Vorbis, DescribesTheStreamWhileItRuns)
         EXPECT_EQ("-10002", get(type));
     play();
     EXPECT_EQ("-10002", get(0));
+}
+
+TEST_F(Vorbis, NumbersHave32BitsOnEveryMachine)
+{
+    constexpr std::size_t RateAt = 12, NominalBitRateAt = 20;
+    open(withNumber(NominalBitRateAt, 0xFFFFFFFF));
+    EXPECT_EQ(Ok, decoder.Start());
+    ASSERT_TRUE(callback.waitFor(2));
+    EXPECT_EQ(0xFFFFFFFF, callback.info().bitRate);
+    EXPECT_EQ("-1", get(DecoderPropTypeBase::BitRate));
+    play();
+    open(withNumber(RateAt, 0x80000001));
+    expectOneRun();
+    EXPECT_EQ((Events{11, 1}), callback.events());
 }
 
 TEST_F(Vorbis, SeeksAreRefusedWithALine)
