@@ -20,6 +20,8 @@ END
 # Nothing of the host's is in the process.
 list=ldd
 [ -z "${AVR_RUN-}" ] || list="$AVR_RUN -E LD_TRACE_LOADED_OBJECTS=1"
-if $list "$player" | grep -E 'libasound|libcurl|/host/'; then
+$list "$player" >libraries
+grep -q libavrdecoder libraries
+if grep -E 'libasound|libcurl|/host/' libraries; then
     exit 1
 fi

@@ -21,7 +21,8 @@ for section in NAME SYNOPSIS DESCRIPTION OPTIONS KEYS "EXIT STATUS" ENVIRONMENT 
 done
 # Every word of the help is on the page, but for the headings and what the usage says of itself.
 words() { tr -s ' \n' '\n\n' | LC_ALL=C sort -u; }
-${AVR_RUN-} "$avrplay" --help | sed '/^usage:/,/^$/d; /^[a-z].*:$/d' | words >help.words
+${AVR_RUN-} "$avrplay" --help >help.text
+sed '/^usage:/,/^$/d; /^[a-z].*:$/d' help.text | words >help.words
 MANWIDTH=2000 man -l -P cat --nh --nj "$page" | words >page.words
 missing=$(LC_ALL=C comm -23 help.words page.words)
 [ -z "$missing" ] || { echo "in the help but not on the page: $missing"; exit 1; }
