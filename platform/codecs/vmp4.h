@@ -14,7 +14,7 @@ constexpr unsigned int VMP4_StateBytes = 256; ///< of the state
 /// fread's shape, but it returns bytes: all that was asked for, or 0 at the end.
 typedef unsigned int (*VMP4_ReadFunction)(void* destination, unsigned int elementSize,
                                           unsigned int count, void* context);
-/// fseek's shape. @return 0, or -1
+/// fseek's shape, from the beginning; where `long` has 32 bits, not behind 2 GiB. @return 0, or -1
 typedef int (*VMP4_SeekFunction)(void* context, long offset, int origin);
 
 /// Where the demultiplexer gets its input.
