@@ -1,6 +1,7 @@
 # Checks that a shared library needs nothing but what the libraries that it names export, and what a
 # small C library has: names.txt, or by another name renamed.txt.
-# check-imports.sh NM OBJDUMP LIBRARY FOLDER...   where the FOLDERs hold the libraries that it names
+# check-imports.sh NM OBJDUMP LIBRARY FOLDER...   where the FOLDERs hold the libraries that it names;
+# NAMES in the environment is another file than names.txt, with a name to a line
 set -eu
 nm=$1 objdump=$2 library=$3
 shift 3
@@ -27,10 +28,10 @@ exports_of() {
         exports_of "$name" "$@"
     done
     "$nm" -D --undefined-only "$library"
-} | awk -v lists="$(dirname "$0")" '
+} | awk -v lists="$(dirname "$0")" -v names="${NAMES-$(dirname "$0")/names.txt}" '
     function bare(symbol) { sub(/@.*/, "", symbol); return symbol }
     BEGIN {
-        while ((getline name < (lists "/names.txt")) > 0) known[name]
+        while ((getline name < names) > 0) known[name]
         while ((getline line < (lists "/renamed.txt")) > 0) {
             split(line, word)
             if (word[1] != "#" && (word[2] == "-" || word[2] in known)) known[word[1]]
