@@ -60,28 +60,6 @@ TEST_F(Flac, EveryWidthIsDeliveredBitForBit)
     }
 }
 
-TEST_F(Flac, WaysOfReadingLoseNothing)
-{
-    FlacSpec spec;
-    spec.bits = 24;
-    for (const char* type : {"local", "http:inet", "other"}) {
-        for (unsigned int longest : {0u, 777u, 5000u}) {
-            for (bool retries : {false, true}) {
-                Script script = file(spec);
-                script.type = type;
-                script.longestRead = retries ? std::max(longest, 5000u) : longest;
-                script.retryBeforeEach = retries;
-                script.knowsLength = false;
-                script.capabilities = 0;
-                open(script);
-                play();
-                EXPECT_EQ((Events{2, 4, 6, 1}), callback.events()) << type << longest << retries;
-                EXPECT_TRUE(flacPcm(spec) == callback.pcm()) << type << longest << retries;
-            }
-        }
-    }
-}
-
 TEST_F(Flac, DescribesTheStream)
 {
     FlacSpec spec;

@@ -219,19 +219,6 @@ TEST_F(Vorbis, DamageCostsOnlyItself)
     EXPECT_TRUE(std::equal(played.begin(), played.end(), pcm.begin()));
 }
 
-TEST_F(Vorbis, AClosedRunPutsNoMarkAndLeavesNothingBehind)
-{
-    callback.onSample = [this] { return decoder.Close(); };
-    open(testData("stereo.ogg"));
-    play();
-    EXPECT_EQ((Events{2, 4, 1}), callback.events());
-    EXPECT_EQ(0, FakeSoundDevice::instance().marksPut);
-    callback.onSample = [] { return 1; };
-    open(testData("mono.ogg"));
-    play();
-    EXPECT_TRUE(expected(Mono, 1) == callback.pcm());
-}
-
 TEST_F(Vorbis, WhatIsNoVorbisFailsToOpen)
 {
     Bytes const file = testData("mono.ogg");

@@ -51,6 +51,11 @@ TEST_P(Contract, PlaysTrackAfterTrack)
             first = callback.pcm();
         EXPECT_FALSE(first.empty());
         EXPECT_EQ(first, callback.pcm());
+        tWAVEFORMAT const format = callback.info().format;
+        EXPECT_EQ(1, format.formatTag);
+        EXPECT_GT(format.samplesPerSecond, 0u);
+        EXPECT_EQ(format.channels * format.bitsPerSample, 8 * format.blockAlign);
+        EXPECT_EQ(format.samplesPerSecond * format.blockAlign, format.averageBytesPerSecond);
     }
 }
 

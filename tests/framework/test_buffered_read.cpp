@@ -33,6 +33,7 @@ public:
 
     Avr::Decoder::BufferedRead& source() { return m_reader; }
     BufferStream& buffer() { return *m_reader.stream(); }
+    int state() const { return DecoderImple::GetCurrentState(); }
 
 protected:
     int playThread() override
@@ -138,6 +139,8 @@ TEST_F(Reading, AFailedStreamEndsThePlaybackButNotTheTestModes)
                 EXPECT_EQ(testMode ? 100 : 0, testMode ? reader.ReadTestMode(block, sizeof block)
                                                        : reader.Read(block, sizeof block));
                 EXPECT_EQ(testMode, reader.IsDecoding());
+                EXPECT_EQ(testMode ? DecoderStateBase::Decoding : DecoderStateBase::Error,
+                          reader.state());
                 EXPECT_EQ(ErrorFailed, reader.interruptedResult());
             });
         }

@@ -39,15 +39,6 @@ TEST_F(TestMode, PlaysSixtyTimesWithThePartialBlock)
     EXPECT_EQ(1, FakeSoundDevice::instance().marksPut);
 }
 
-TEST_F(TestMode, AnnouncesThirtyFiveTimesTheDuration)
-{
-    WaveSpec spec;
-    spec.frames = 44100;
-    callback.onSample = [] { return -3; };
-    playFile(spec);
-    EXPECT_EQ(35000u, callback.info().decoderWord);
-}
-
 TEST_F(TestMode, EightBitSamplesShiftInEveryPassAnew)
 {
     WaveSpec spec;
