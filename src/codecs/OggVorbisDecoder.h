@@ -34,7 +34,7 @@ private:
         bool known;
         std::int32_t rate;
         std::int32_t nominalBitRate; ///< negative where the stream says so
-        int channels; ///< of those that are played
+        int channels;                ///< of those that are played
     };
 
     int playBlock(short* block);
