@@ -11,6 +11,7 @@ if(CMAKE_SYSROOT MATCHES "[ \t]")
   message(FATAL_ERROR "pkg-config cannot do with the blank in ${CMAKE_SYSROOT}; "
     "make the sysroot elsewhere and name it with -DAVR_ARMHF_SYSROOT=")
 endif()
+
 set(avr_triple arm-linux-gnueabihf)
 file(GLOB avr_gcc ${CMAKE_SYSROOT}/usr/lib/gcc/${avr_triple}/*)
 if(NOT avr_gcc)
